@@ -1,0 +1,31 @@
+#include "display/frame.h"
+
+namespace lumox {
+
+bool Surface_Render(StarField& field, const GlApi& gl) {
+  gl.MatrixMode(gl::kProjection);
+  gl.LoadIdentity();
+  gl.Perspective(55.0, 2.0, 0.001, 3.0);
+  gl.MatrixMode(gl::kModelview);  // the camera: never loaded with the identity
+  gl.ClearColor(0.0f, 0.0f, 0.0f, 1.0f);
+  gl.Clear(gl::kColorBufferBit);
+  gl.PointSize(field.StarSize);
+  gl.Enable(gl::kPointSmooth);
+  gl.Translatef(0.0f, 0.0f, field.Speed);
+  field.CameraZ = field.CameraZ - field.Speed;  // shadows the matrix's z translation
+  gl.Rotatef(static_cast<float>(static_cast<double>(field.Rotn) / -1000.0), 0.0f, 0.0f, 1.0f);
+  gl.Begin(gl::kPoints);
+  const int64_t star_max = std::min(field.StarMax, kStarUpperBound);
+  const StarData* stars = field.Star.data();
+  for (int64_t i = 1; i <= star_max; ++i) {
+    const StarData& s = stars[i];
+    gl.Color3d(s.cred, s.cgreen, s.cblue);
+    gl.Vertex3f(s.x, s.y, s.z);
+  }
+  gl.Vertex3f(1.0f, 1.0f, 0.0f);
+  gl.Vertex3f(-1.0f, -1.0f, 0.0f);
+  gl.End();
+  return false;
+}
+
+}  // namespace lumox

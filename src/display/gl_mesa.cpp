@@ -1,0 +1,16 @@
+#include <GL/gl.h>
+#include <GL/glu.h>
+
+#include "display/gl_api.h"
+
+namespace lumox {
+
+const GlApi& MesaGl() {
+  static const GlApi table{
+      glMatrixMode, glLoadIdentity, gluPerspective, glClearColor, glClear,   glPointSize, glEnable,
+      glTranslatef, glRotatef,      glBegin,        glColor3d,    glVertex3f, glEnd,
+  };
+  return table;
+}
+
+}  // namespace lumox

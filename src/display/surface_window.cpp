@@ -1,0 +1,213 @@
+#include "display/surface_window.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMenuBar>
+#include <QScreen>
+
+#include "display/frame.h"
+#include "display/gl_api.h"
+#include "settings/prefs_store.h"
+#include "shell/app.h"
+
+namespace lumox {
+
+namespace {
+SurfaceWindow* g_instance = nullptr;
+}
+
+void SetApplicationCursor(Qt::CursorShape shape) {
+  if (QGuiApplication::overrideCursor())
+    QGuiApplication::changeOverrideCursor(QCursor(shape));
+  else
+    QGuiApplication::setOverrideCursor(QCursor(shape));
+}
+
+SurfaceWindow* SurfaceWindow::Instance() {
+  if (!g_instance) {
+    auto* window = new SurfaceWindow();  // sets g_instance, so the opening can reach itself
+    window->Event_Open();
+  }
+  return g_instance;
+}
+
+SurfaceWindow* SurfaceWindow::Existing() { return g_instance; }
+
+SurfaceWindow::SurfaceWindow() : timer2_([this] { Timer2_Action(); }) {
+  g_instance = this;
+  setAttribute(Qt::WA_DeleteOnClose, false);
+  setWindowTitle(QStringLiteral("Lumox"));
+  setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowMaximizeButtonHint | Qt::CustomizeWindowHint);
+  setMinimumSize(64, 64);
+  resize(970, 630);
+
+  surface_ = new OpenGLSurface([this] { return Surface_Render(); }, [this] { Event_Paint(); });
+  QWidget* holder = QWidget::createWindowContainer(surface_, this);
+  holder->setFocusPolicy(Qt::NoFocus);
+  setCentralWidget(holder);
+  setFocusPolicy(Qt::StrongFocus);
+  MainMenuBar::Instance().AttachTo(this);
+
+  timer1_.setTimerType(Qt::PreciseTimer);
+  timer1_.setInterval(30);
+  connect(&timer1_, &QTimer::timeout, this, &SurfaceWindow::Timer1_Action);
+}
+
+SurfaceWindow::~SurfaceWindow() {
+  if (g_instance == this) g_instance = nullptr;
+}
+
+void SurfaceWindow::Event_Open() {
+  const QRect screen = QGuiApplication::primaryScreen()->geometry();
+  setGeometry(0, 0, screen.width(), screen.height());
+  show();
+  menuBar()->setVisible(false);
+  setWindowState(Qt::WindowFullScreen);
+  SetApplicationCursor(Qt::BlankCursor);
+  CameraZ = 0.0f;
+  escaped = false;
+
+  Settings settings = DefaultSettings(screen.width());
+  switch (LoadPrefsFile(settings)) {
+    case PrefsFileState::Absent:
+      ini_file_changed = true;
+      break;
+    case PrefsFileState::Read:
+      ini_file_changed = false;
+      break;
+    case PrefsFileState::Unreadable:
+      // Starts from the defaults, and leaves the file alone unless the settings window is used.
+      settings = DefaultSettings(screen.width());
+      ini_file_changed = false;
+      break;
+  }
+  ApplySettings(settings);
+  StarMax = HoldStarMax(StarMax);
+  ResetTimer2Period();
+  setCursor(Qt::ArrowCursor);
+  GenerateStars(*this);
+  Event_Paint();
+  Event_Maximize();
+  timer1_.start();
+}
+
+void SurfaceWindow::ApplySettings(const Settings& s) {
+  Rotn = s.Rotn;
+  Speed = s.Speed;
+  ColourSpread = s.ColourSpread;
+  StarSize = s.StarSize;
+  StarMax = s.StarMax;
+}
+
+Settings SurfaceWindow::CurrentSettings() const {
+  Settings s;
+  s.Rotn = Rotn;
+  s.Speed = Speed;
+  s.ColourSpread = ColourSpread;
+  s.StarSize = StarSize;
+  s.StarMax = StarMax;
+  return s;
+}
+
+void SurfaceWindow::ResetTimer2Period() { timer2_.SetPeriod(Timer2Period(StarMax, Speed)); }
+
+void SurfaceWindow::Timer1_Action() {
+  ShadeStars(*this);
+  surface_->Render();
+}
+
+void SurfaceWindow::Timer2_Action() { lumox::Timer2_Action(*this); }
+
+bool SurfaceWindow::Surface_Render() { return lumox::Surface_Render(*this, MesaGl()); }
+
+void SurfaceWindow::Event_Paint() { surface_->Render(); }
+
+void SurfaceWindow::Event_Close() {
+  if (closed_) return;
+  closed_ = true;
+  // A failed write costs nothing more: the old file stays whole and the program still quits.
+  if (ini_file_changed) SavePrefsFile(CurrentSettings());
+}
+
+void SurfaceWindow::Event_Maximize() {
+  menuBar()->setVisible(false);
+  setWindowState(Qt::WindowFullScreen);
+}
+
+void SurfaceWindow::Event_Minimize() {
+  menuBar()->setVisible(true);
+  setWindowState(windowState() & ~Qt::WindowFullScreen);
+}
+
+void SurfaceWindow::LeaveFullScreen() {
+  menuBar()->setVisible(true);
+  setWindowState(windowState() & ~(Qt::WindowFullScreen | Qt::WindowMaximized));
+  setGeometry(kEscapedLeft, kEscapedTop, kEscapedWidth, kEscapedHeight);
+}
+
+void SurfaceWindow::changeEvent(QEvent* event) {
+  QMainWindow::changeEvent(event);
+  if (event->type() == QEvent::ActivationChange && !isActiveWindow()) keys_down_.reset();  // releases go elsewhere
+  if (event->type() != QEvent::WindowStateChange) return;
+  const auto old_state = static_cast<QWindowStateChangeEvent*>(event)->oldState();
+  const Qt::WindowStates state = windowState();
+  // The menu bar is part of this window, so it shows exactly when the window is not full screen.
+  menuBar()->setVisible(!(state & Qt::WindowFullScreen));
+  if ((state & Qt::WindowMinimized) && !(old_state & Qt::WindowMinimized)) {
+    Event_Minimize();
+  } else if ((state & Qt::WindowMaximized) && !(old_state & Qt::WindowMaximized)) {
+    Event_Maximize();
+  }
+}
+
+void SurfaceWindow::closeEvent(QCloseEvent* event) {
+  // Only the quit closes the display (the window manager's close ends the run the same way).
+  Event_Close();
+  QMainWindow::closeEvent(event);
+}
+
+int SurfaceWindow::KeyCode(const QKeyEvent* event) {
+  switch (event->key()) {
+    case Qt::Key_Escape: return kKeyEscape;
+    case Qt::Key_Left: return kKeyLeft;
+    case Qt::Key_Right: return kKeyRight;
+    case Qt::Key_Down: return kKeyDown;
+    case Qt::Key_Up: return kKeyUp;
+    default: break;
+  }
+  // The `s` key by its place on the keyboard (X keycode 39), whatever the layout or modifiers.
+  if (event->nativeScanCode() == 39 || event->key() == Qt::Key_S) return kKeyS;
+  return -1;
+}
+
+void SurfaceWindow::keyPressEvent(QKeyEvent* event) {
+  const int code = KeyCode(event);
+  if (code >= 0) keys_down_.set(static_cast<size_t>(code));
+  Event_KeyDown();
+  event->accept();
+}
+
+void SurfaceWindow::keyReleaseEvent(QKeyEvent* event) {
+  const int code = KeyCode(event);
+  if (code >= 0 && !event->isAutoRepeat()) keys_down_.reset(static_cast<size_t>(code));
+  event->accept();
+}
+
+void SurfaceWindow::Event_KeyDown() {
+  const DisplayKeyResult result = DisplayKeyDown(keys_down_, Rotn, Speed, StarMax, escaped);
+  Rotn = result.Rotn;
+  Speed = result.Speed;
+  escaped = result.escaped;
+  for (const DisplayKeyEffect& effect : result.effects) {
+    switch (effect.kind) {
+      case DisplayKeyEffect::Kind::LeaveFullScreen: LeaveFullScreen(); break;
+      case DisplayKeyEffect::Kind::Restore: showNormal(); break;
+      case DisplayKeyEffect::Kind::SetTimer2Period: timer2_.SetPeriod(effect.period); break;
+      case DisplayKeyEffect::Kind::ShowPrefs: emit ShowPrefsRequested(); break;
+    }
+  }
+}
+
+}  // namespace lumox

@@ -1,0 +1,74 @@
+#pragma once
+#include <QMainWindow>
+#include <QTimer>
+
+#include "display/display_keys.h"
+#include "display/opengl_surface.h"
+#include "display/sweep_timer.h"
+#include "starfield/star_field.h"
+
+namespace lumox {
+
+// The display window: owns the stars, the five settings, CameraZ, both timers and the GL
+// surface. Its fields are plain and public: the keys and the settings window write them and
+// the timers read them at their next pass.
+class SurfaceWindow : public QMainWindow, public StarField {
+  Q_OBJECT
+ public:
+  // The one display window; the first call creates it and runs its opening inside the call.
+  static SurfaceWindow* Instance();
+  // The window if it exists, without creating one.
+  static SurfaceWindow* Existing();
+  ~SurfaceWindow() override;
+
+  OpenGLSurface* Surface() const { return surface_; }
+  QTimer* Timer1() { return &timer1_; }
+  SweepTimer* Timer2() { return &timer2_; }
+
+  bool ini_file_changed = false;
+  bool escaped = false;
+
+  void Timer1_Action();
+  void Timer2_Action();
+  bool Surface_Render();
+
+  // Closing step: writes the settings file when it is due. Runs once, at quit.
+  void Event_Close();
+  void Event_Paint();
+  void Event_Maximize();
+  void Event_Minimize();
+  // Carries out the key handler for the keys that are down now.
+  void Event_KeyDown();
+
+  // Timer2's period from the present StarMax and Speed.
+  void ResetTimer2Period();
+  Settings CurrentSettings() const;
+  void ApplySettings(const Settings& settings);
+
+ signals:
+  // Raised by the `s` key; the settings window connects here.
+  void ShowPrefsRequested();
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  void keyReleaseEvent(QKeyEvent* event) override;
+  void changeEvent(QEvent* event) override;
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  SurfaceWindow();
+  void Event_Open();
+  void LeaveFullScreen();
+  static int KeyCode(const QKeyEvent* event);
+
+  OpenGLSurface* surface_ = nullptr;
+  QTimer timer1_;
+  SweepTimer timer2_;
+  KeySet keys_down_;
+  bool closed_ = false;
+};
+
+// Application.MouseCursor: an override cursor that wins over every window's own.
+void SetApplicationCursor(Qt::CursorShape shape);
+
+}  // namespace lumox

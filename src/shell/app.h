@@ -1,0 +1,33 @@
+#pragma once
+#include <QAction>
+#include <QMainWindow>
+#include <QMenu>
+
+namespace lumox {
+
+// The application's one menu tree, built once at start. Windows that carry a menu bar show it;
+// the quit item's Ctrl+Q works from every window as an application-wide shortcut.
+class MainMenuBar {
+ public:
+  static MainMenuBar& Instance();
+
+  void AttachTo(QMainWindow* window);
+  // Ctrl+Q for a window that carries no menu bar.
+  void AddShortcutsTo(QWidget* window);
+
+  QMenu ApplicationMenu;
+  QAction* About = nullptr;
+  QAction* FileQuit = nullptr;
+  QMenu EditMenu;
+
+ private:
+  MainMenuBar();
+  void Untitled0();
+  void Untitled1();
+};
+
+// Quits: the display window runs its closing step (which may write the settings), then the
+// event loop ends.
+void QuitApplication();
+
+}  // namespace lumox

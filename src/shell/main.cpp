@@ -1,0 +1,15 @@
+#include <QApplication>
+
+#include "display/surface_window.h"
+#include "shell/app.h"
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  lumox::MainMenuBar::Instance();
+  // However the loop ends, the display's closing step runs (it runs once at most).
+  QObject::connect(&app, &QApplication::aboutToQuit, [] {
+    if (auto* display = lumox::SurfaceWindow::Existing()) display->Event_Close();
+  });
+  lumox::SurfaceWindow::Instance()->show();
+  return app.exec();
+}
