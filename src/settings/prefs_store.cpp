@@ -1,9 +1,13 @@
 #include "settings/prefs_store.h"
 
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cerrno>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 #include "settings/prefs_format.h"
@@ -29,14 +33,23 @@ PrefsFileState LoadPrefsFile(Settings& settings) {
 
 bool SavePrefsFile(const Settings& settings) {
   QDir().mkpath(ApplicationDataFolder());
-  QSaveFile file(PrefsFilePath());
-  if (!file.open(QIODevice::WriteOnly)) return false;
+  const QByteArray path = QFile::encodeName(PrefsFilePath());
+  QByteArray temp = path + ".XXXXXX";
+  const int fd = mkstemp(temp.data());
+  if (fd < 0) return false;
   const std::string text = JoinLines(WriteSettings(settings));
-  if (file.write(text.data(), static_cast<qint64>(text.size())) != static_cast<qint64>(text.size())) {
-    file.cancelWriting();
-    return false;
+  bool ok = true;
+  for (size_t done = 0; ok && done < text.size();) {
+    const ssize_t n = write(fd, text.data() + done, text.size() - done);
+    if (n < 0 && errno == EINTR) continue;
+    ok = n > 0;
+    if (ok) done += static_cast<size_t>(n);
   }
-  return file.commit();
+  ok = fsync(fd) == 0 && ok;
+  ok = close(fd) == 0 && ok;
+  ok = ok && rename(temp.constData(), path.constData()) == 0;
+  if (!ok) unlink(temp.constData());
+  return ok;
 }
 
 }  // namespace lumox

@@ -139,14 +139,16 @@ std::string LumoxProcess::WaitForWindow(const std::string& title, int ms) const 
 }
 
 QRect LumoxProcess::Geometry(const std::string& window) const {
-  std::istringstream out(session_.Xdo("getwindowgeometry --shell " + window));
+  // xwininfo's absolute position is the client area's; xdotool adds the frame's offset to it.
+  std::istringstream out(session_.Shell("xwininfo -id " + window + " 2>/dev/null"));
   std::string line;
   int x = -1, y = -1, w = -1, h = -1;
+  auto value = [](const std::string& l) { return std::stoi(l.substr(l.find(':') + 1)); };
   while (std::getline(out, line)) {
-    if (line.rfind("X=", 0) == 0) x = std::stoi(line.substr(2));
-    if (line.rfind("Y=", 0) == 0) y = std::stoi(line.substr(2));
-    if (line.rfind("WIDTH=", 0) == 0) w = std::stoi(line.substr(6));
-    if (line.rfind("HEIGHT=", 0) == 0) h = std::stoi(line.substr(7));
+    if (line.find("Absolute upper-left X:") != std::string::npos) x = value(line);
+    if (line.find("Absolute upper-left Y:") != std::string::npos) y = value(line);
+    if (line.find("  Width:") != std::string::npos) w = value(line);
+    if (line.find("  Height:") != std::string::npos) h = value(line);
   }
   return QRect(x, y, w, h);
 }
