@@ -10,6 +10,7 @@
 #include "display/frame.h"
 #include "display/gl_api.h"
 #include "settings/prefs_store.h"
+#include "settings/prefs_window.h"
 #include "shell/app.h"
 
 namespace lumox {
@@ -141,6 +142,13 @@ void SurfaceWindow::Event_Minimize() {
   setWindowState(windowState() & ~Qt::WindowFullScreen);
 }
 
+void SurfaceWindow::ShowPrefs() {
+  wPrefs* prefs = wPrefs::Instance();
+  prefs->show();
+  prefs->raise();
+  prefs->activateWindow();
+}
+
 void SurfaceWindow::LeaveFullScreen() {
   menuBar()->setVisible(true);
   setWindowState(windowState() & ~(Qt::WindowFullScreen | Qt::WindowMaximized));
@@ -149,7 +157,7 @@ void SurfaceWindow::LeaveFullScreen() {
 
 void SurfaceWindow::changeEvent(QEvent* event) {
   QMainWindow::changeEvent(event);
-  if (event->type() == QEvent::ActivationChange && !isActiveWindow()) keys_down_.reset();  // releases go elsewhere
+  if (event->type() == QEvent::ActivationChange && !isActiveWindow()) keys_down_.Clear();  // releases go elsewhere
   if (event->type() != QEvent::WindowStateChange) return;
   const auto old_state = static_cast<QWindowStateChangeEvent*>(event)->oldState();
   const Qt::WindowStates state = windowState();
@@ -168,35 +176,19 @@ void SurfaceWindow::closeEvent(QCloseEvent* event) {
   QMainWindow::closeEvent(event);
 }
 
-int SurfaceWindow::KeyCode(const QKeyEvent* event) {
-  switch (event->key()) {
-    case Qt::Key_Escape: return kKeyEscape;
-    case Qt::Key_Left: return kKeyLeft;
-    case Qt::Key_Right: return kKeyRight;
-    case Qt::Key_Down: return kKeyDown;
-    case Qt::Key_Up: return kKeyUp;
-    default: break;
-  }
-  // The `s` key by its place on the keyboard (X keycode 39), whatever the layout or modifiers.
-  if (event->nativeScanCode() == 39 || event->key() == Qt::Key_S) return kKeyS;
-  return -1;
-}
-
 void SurfaceWindow::keyPressEvent(QKeyEvent* event) {
-  const int code = KeyCode(event);
-  if (code >= 0) keys_down_.set(static_cast<size_t>(code));
+  keys_down_.Track(event);
   Event_KeyDown();
   event->accept();
 }
 
 void SurfaceWindow::keyReleaseEvent(QKeyEvent* event) {
-  const int code = KeyCode(event);
-  if (code >= 0 && !event->isAutoRepeat()) keys_down_.reset(static_cast<size_t>(code));
+  keys_down_.Track(event);
   event->accept();
 }
 
 void SurfaceWindow::Event_KeyDown() {
-  const DisplayKeyResult result = DisplayKeyDown(keys_down_, Rotn, Speed, StarMax, escaped);
+  const DisplayKeyResult result = DisplayKeyDown(keys_down_.Keys(), Rotn, Speed, StarMax, escaped);
   Rotn = result.Rotn;
   Speed = result.Speed;
   escaped = result.escaped;
@@ -205,7 +197,7 @@ void SurfaceWindow::Event_KeyDown() {
       case DisplayKeyEffect::Kind::LeaveFullScreen: LeaveFullScreen(); break;
       case DisplayKeyEffect::Kind::Restore: showNormal(); break;
       case DisplayKeyEffect::Kind::SetTimer2Period: timer2_.SetPeriod(effect.period); break;
-      case DisplayKeyEffect::Kind::ShowPrefs: emit ShowPrefsRequested(); break;
+      case DisplayKeyEffect::Kind::ShowPrefs: ShowPrefs(); break;
     }
   }
 }

@@ -3,6 +3,7 @@
 #include <QTimer>
 
 #include "display/display_keys.h"
+#include "display/key_glue.h"
 #include "display/opengl_surface.h"
 #include "display/sweep_timer.h"
 #include "starfield/star_field.h"
@@ -45,10 +46,6 @@ class SurfaceWindow : public QMainWindow, public StarField {
   Settings CurrentSettings() const;
   void ApplySettings(const Settings& settings);
 
- signals:
-  // Raised by the `s` key; the settings window connects here.
-  void ShowPrefsRequested();
-
  protected:
   void keyPressEvent(QKeyEvent* event) override;
   void keyReleaseEvent(QKeyEvent* event) override;
@@ -59,12 +56,12 @@ class SurfaceWindow : public QMainWindow, public StarField {
   SurfaceWindow();
   void Event_Open();
   void LeaveFullScreen();
-  static int KeyCode(const QKeyEvent* event);
+  void ShowPrefs();
 
   OpenGLSurface* surface_ = nullptr;
   QTimer timer1_;
   SweepTimer timer2_;
-  KeySet keys_down_;
+  KeysDown keys_down_;
   bool closed_ = false;
 };
 
