@@ -11,6 +11,7 @@
 #include "display/gl_api.h"
 #include "settings/prefs_store.h"
 #include "settings/prefs_window.h"
+#include "shell/about_window.h"
 #include "shell/app.h"
 
 namespace lumox {
@@ -50,6 +51,7 @@ SurfaceWindow::SurfaceWindow() : timer2_([this] { Timer2_Action(); }) {
   setCentralWidget(holder);
   setFocusPolicy(Qt::StrongFocus);
   MainMenuBar::Instance().AttachTo(this);
+  MainMenuBar::Instance().AddMenuHandlers(this, [this](int index) { return _About_Action(index); });
 
   timer1_.setTimerType(Qt::PreciseTimer);
   timer1_.setInterval(30);
@@ -140,6 +142,11 @@ void SurfaceWindow::Event_Maximize() {
 void SurfaceWindow::Event_Minimize() {
   menuBar()->setVisible(true);
   setWindowState(windowState() & ~Qt::WindowFullScreen);
+}
+
+bool SurfaceWindow::_About_Action(int) {
+  wAbout::Instance()->show();
+  return true;
 }
 
 void SurfaceWindow::ShowPrefs() {

@@ -41,6 +41,9 @@ class SurfaceWindow : public QMainWindow, public StarField {
   // Carries out the key handler for the keys that are down now.
   void Event_KeyDown();
 
+  // The About menu item's handler: opens the about window.
+  bool _About_Action(int index);
+
   // Timer2's period from the present StarMax and Speed.
   void ResetTimer2Period();
   Settings CurrentSettings() const;

@@ -59,6 +59,11 @@ void MainMenuBar::AttachTo(QMainWindow* window) {
 
 void MainMenuBar::AddShortcutsTo(QWidget* window) { window->addAction(FileQuit); }
 
+void MainMenuBar::AddMenuHandlers(QWidget* window, std::function<bool(int)> about_action) {
+  QObject::connect(About, &QAction::triggered, window, [about_action] { about_action(0); });
+  About->setEnabled(true);
+}
+
 void QuitApplication() {
   if (SurfaceWindow* display = SurfaceWindow::Existing()) display->Event_Close();
   QApplication::closeAllWindows();

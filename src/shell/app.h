@@ -2,6 +2,7 @@
 #include <QAction>
 #include <QMainWindow>
 #include <QMenu>
+#include <functional>
 
 namespace lumox {
 
@@ -14,6 +15,8 @@ class MainMenuBar {
   void AttachTo(QMainWindow* window);
   // Ctrl+Q for a window that carries no menu bar.
   void AddShortcutsTo(QWidget* window);
+  // Gives the About item its action: the display window's about handler.
+  void AddMenuHandlers(QWidget* window, std::function<bool(int)> about_action);
 
   QMenu ApplicationMenu;
   QAction* About = nullptr;

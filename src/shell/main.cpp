@@ -2,6 +2,7 @@
 
 #include "display/surface_window.h"
 #include "shell/app.h"
+#include "shell/startup_window.h"
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
@@ -10,6 +11,6 @@ int main(int argc, char** argv) {
   QObject::connect(&app, &QApplication::aboutToQuit, [] {
     if (auto* display = lumox::SurfaceWindow::Existing()) display->Event_Close();
   });
-  lumox::SurfaceWindow::Instance()->show();
+  lumox::wStartup::Instance()->show();
   return app.exec();
 }

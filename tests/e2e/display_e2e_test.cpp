@@ -19,7 +19,7 @@ TEST(DisplayE2E, FirstRunWritesTheScreensDefaultsOnceAtQuit) {
   TempDir data;
   ReplaceCounter writes(data.Path(), "LumoxPrefs");
   LumoxProcess lumox(x, data.Path());
-  ASSERT_FALSE(lumox.WaitForWindow("Lumox").empty());
+  ASSERT_FALSE(lumox.Go().empty());
   SleepMs(800);
   EXPECT_EQ(ReadFile(data.File("LumoxPrefs")), "");  // nothing is written until quit
   x.Xdo("key ctrl+q");
@@ -33,7 +33,7 @@ TEST(DisplayE2E, ArrowKeysSteerAndSeveralKeysDownAllCount) {
   XSession x(1440, 900);
   TempDir data;
   LumoxProcess lumox(x, data.Path());
-  ASSERT_FALSE(lumox.WaitForWindow("Lumox").empty());
+  ASSERT_FALSE(lumox.Go().empty());
   SleepMs(800);
   x.Xdo("key Up Up Up");
   // Left held while Up goes down: the second press finds both keys down and steps both.
@@ -53,7 +53,7 @@ TEST(DisplayE2E, APresentFileSurvivesArrowKeysAndQuitByteForByte) {
   const ino_t inode = Inode(data.File("LumoxPrefs"));
   ReplaceCounter writes(data.Path(), "LumoxPrefs");
   LumoxProcess lumox(x, data.Path());
-  ASSERT_FALSE(lumox.WaitForWindow("Lumox").empty());
+  ASSERT_FALSE(lumox.Go().empty());
   SleepMs(800);
   for (const char* key : {"Up", "Up", "Left", "Down", "Right", "Right"}) x.Xdo(std::string("key ") + key);
   x.Xdo("key ctrl+q");
@@ -67,7 +67,7 @@ TEST(DisplayE2E, EscapeLeavesFullScreenOnceAndTheStarsFlyOn) {
   XSession x(1440, 900);
   TempDir data;
   LumoxProcess lumox(x, data.Path());
-  const std::string window = lumox.WaitForWindow("Lumox");
+  const std::string window = lumox.Go();
   ASSERT_FALSE(window.empty());
   SleepMs(1000);
   EXPECT_EQ(lumox.Geometry(window), QRect(0, 0, 1440, 900));

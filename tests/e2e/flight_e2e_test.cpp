@@ -10,7 +10,7 @@ TEST(FlightE2E, TheFlightFillsTheScreenAndKeepsMoving) {
   XSession x(1440, 900);
   TempDir data;
   LumoxProcess lumox(x, data.Path());
-  const std::string window = lumox.WaitForWindow("Lumox");
+  const std::string window = lumox.Go();
   ASSERT_FALSE(window.empty());
   SleepMs(1500);
   EXPECT_EQ(lumox.Geometry(window), QRect(0, 0, 1440, 900));

@@ -138,6 +138,14 @@ std::string LumoxProcess::WaitForWindow(const std::string& title, int ms) const 
   return "";
 }
 
+std::string LumoxProcess::Go() const {
+  const std::string start = WaitForWindow("Untitled");
+  if (start.empty()) return "";
+  session_.Xdo("windowactivate --sync " + start);
+  session_.Xdo("key Return");
+  return WaitForWindow("Lumox");
+}
+
 QRect LumoxProcess::Geometry(const std::string& window) const {
   // xwininfo's absolute position is the client area's; xdotool adds the frame's offset to it.
   std::istringstream out(session_.Shell("xwininfo -id " + window + " 2>/dev/null"));

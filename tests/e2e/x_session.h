@@ -41,6 +41,8 @@ class LumoxProcess {
   int ExitStatus() const { return status_; }
   // The X window id of the top-level window with this exact title, or "" if none within `ms`.
   std::string WaitForWindow(const std::string& title, int ms = 10000) const;
+  // Presses GO (Return) in the start window; gives the display window's id, or "" if none came.
+  std::string Go() const;
   // Client-area geometry of a window, as the window manager reports it.
   QRect Geometry(const std::string& window) const;
 

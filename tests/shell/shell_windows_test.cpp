@@ -1,1 +1,158 @@
-// being written
+// The start window, the about window, the menu tree and the data folder, as built.
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QGuiApplication>
+#include <QMenuBar>
+#include <QPainter>
+
+#include "display/surface_window.h"
+#include "settings/prefs_store.h"
+#include "shell/about_window.h"
+#include "shell/app.h"
+#include "shell/my_lib.h"
+#include "shell/pictures.h"
+#include "shell/startup_window.h"
+#include "support/ui_helpers.h"
+
+namespace lumox {
+namespace {
+
+QColor TextColour(const QLabel* label) { return label->palette().color(QPalette::WindowText); }
+
+TEST(ShellWindows, StartWindowAsDesigned) {
+  wStartup* w = wStartup::Instance();
+  EXPECT_EQ(wStartup::Instance(), w);
+  EXPECT_EQ(w->windowTitle(), "Untitled");
+  EXPECT_EQ(w->size(), QSize(320, 424));
+  EXPECT_EQ(w->minimumSize(), w->maximumSize());  // fixed size
+  EXPECT_FALSE(w->windowFlags() & (Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint));
+
+  EXPECT_EQ(w->Canvas1->geometry(), QRect(11, 12, 300, 300));
+  EXPECT_EQ(w->Label1->geometry(), QRect(11, 199, 300, 101));
+  EXPECT_EQ(w->Label3->geometry(), QRect(11, 278, 300, 33));
+  EXPECT_EQ(w->PushButton1->geometry(), QRect(231, 392, 80, 20));
+  EXPECT_EQ(w->PushButton2->geometry(), QRect(139, 392, 80, 20));
+  EXPECT_EQ(w->Label2->geometry(), QRect(20, 316, 291, 81));
+  EXPECT_EQ(w->Label1->text(), "Lumox");
+  EXPECT_EQ(w->Label3->text(), "tallowby.net");
+  EXPECT_EQ(w->PushButton1->text(), "GO");
+  EXPECT_EQ(w->PushButton2->text(), "Quit");
+  EXPECT_EQ(w->Label2->text().split('\n').size(), 4);
+  EXPECT_EQ(w->Label2->text(), QString(kStartupHelp).replace('\r', '\n'));
+  EXPECT_TRUE(w->Label2->text().startsWith("When running, press <esc> to stop full screen, \ns for settings"));
+  EXPECT_TRUE(w->PushButton1->isDefault());
+  EXPECT_EQ(TextColour(w->Label1), QColor(0x66, 0xFF, 0x66));
+  EXPECT_EQ(TextColour(w->Label3), QColor(0x66, 0xFF, 0x66));
+  EXPECT_EQ(TextColour(w->Label2), QColor(Qt::black));
+  EXPECT_TRUE(w->Label1->font().bold());
+  EXPECT_EQ(w->Label1->font().pixelSize(), 50);
+  EXPECT_FALSE(w->Label3->font().bold());
+  EXPECT_EQ(w->Label1->alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);
+  // Stacking: the title and the address over the picture.
+  const QList<QObject*> order = w->children();
+  EXPECT_LT(order.indexOf(w->Canvas1), order.indexOf(w->Label1));
+  EXPECT_LT(order.indexOf(w->Canvas1), order.indexOf(w->Label3));
+  // The opening made the empty data folder beside the settings file.
+  EXPECT_EQ(myLib::AppBundleID, "net.tallowby.Lumox");
+  EXPECT_EQ(myLib::ApplicationDataFolder, ApplicationDataFolder() + "/net.tallowby.Lumox");
+  EXPECT_EQ(myLib::PrefsFile, ApplicationDataFolder() + "/net.tallowby.Lumox/LumoxPrefs");
+  EXPECT_TRUE(QDir(myLib::ApplicationDataFolder).isEmpty());
+  EXPECT_EQ(std::bit_cast<uint64_t>(myLib::pi), 0x400921FB54442D18u);
+  EXPECT_EQ(myLib::green, QColor(0, 170, 0, 0));
+  EXPECT_EQ(myLib::CR, QString(QChar(13)));
+  EXPECT_EQ(myLib::DQUOTE, "\"");
+}
+
+TEST(ShellWindows, StartPictureFillsTheCanvasWithADarkLowerPart) {
+  wStartup* w = wStartup::Instance();
+  ASSERT_FALSE(StartPicture().isNull());
+  QImage canvas(300, 300, QImage::Format_RGB32);
+  canvas.fill(Qt::red);
+  w->Canvas1->render(&canvas);
+  int red = 0;
+  long lower_light = 0;
+  for (int y = 0; y < 300; ++y)
+    for (int x = 0; x < 300; ++x) {
+      red += canvas.pixel(x, y) == QColor(Qt::red).rgb();
+      if (y >= 200) lower_light += qGray(canvas.pixel(x, y));
+    }
+  EXPECT_EQ(red, 0);  // every pixel painted
+  EXPECT_LT(lower_light / (300 * 100), 20);  // dark enough under the pale green title
+}
+
+TEST(ShellWindows, MenuTreeAndWhichItemsAct) {
+  MainMenuBar& bar = MainMenuBar::Instance();
+  EXPECT_EQ(bar.ApplicationMenu.title(), "&File");
+  EXPECT_EQ(bar.EditMenu.title(), "&Edit");
+  QStringList file, edit;
+  for (QAction* a : bar.ApplicationMenu.actions()) file << (a->isSeparator() ? "-" : a->text());
+  for (QAction* a : bar.EditMenu.actions()) edit << (a->isSeparator() ? "-" : a->text());
+  EXPECT_EQ(file, QStringList({"About Lumox", "&Quit"}));
+  EXPECT_EQ(edit, QStringList({"&Undo", "-", "Cu&t", "&Copy", "&Paste", "&Delete", "-", "Select &All"}));
+  EXPECT_EQ(bar.FileQuit->shortcut(), QKeySequence("Ctrl+Q"));
+  EXPECT_EQ(bar.FileQuit->shortcutContext(), Qt::ApplicationShortcut);
+  for (QAction* a : bar.EditMenu.actions()) EXPECT_FALSE(a->isEnabled() && !a->isSeparator()) << a->text().toStdString();
+  // About has no handler until the display window binds it.
+  EXPECT_FALSE(bar.About->isEnabled());
+  wStartup::Instance();
+  EXPECT_FALSE(bar.About->isEnabled());
+  SurfaceWindow* display = SurfaceWindow::Instance();
+  EXPECT_TRUE(bar.About->isEnabled());
+  EXPECT_EQ(display->menuBar()->actions().size(), 2);
+}
+
+TEST(ShellWindows, AboutWindowOverTheFlight) {
+  SurfaceWindow* display = SurfaceWindow::Instance();
+  display->escaped = true;
+  MainMenuBar::Instance().About->trigger();
+  wAbout* about = wAbout::Existing();
+  ASSERT_NE(about, nullptr);
+  EXPECT_TRUE(about->isVisible());
+  EXPECT_EQ(about->geometry(), QRect(40, 90, 300, 300));
+  EXPECT_EQ(about->windowTitle(), "Lumox");
+  EXPECT_EQ(about->minimumSize(), about->maximumSize());
+  EXPECT_TRUE(about->windowFlags() & Qt::WindowCloseButtonHint);
+  EXPECT_FALSE(about->windowFlags() & (Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint));
+  EXPECT_EQ(about->palette().color(QPalette::Window), QColor(Qt::white));
+  EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::ArrowCursor);
+
+  EXPECT_EQ(about->Canvas1->geometry(), QRect(5, 5, 290, 270));
+  EXPECT_EQ(about->Canvas1->pixmap().size(), QSize(290, 270));
+  const struct { QLabel* label; QRect rect; const char* text; } labels[] = {
+      {about->Label1, {0, 20, 300, 103}, "Lumox v1"},
+      {about->Label2, {0, 118, 300, 54}, "drift through space"},
+      {about->Label3, {0, 167, 299, 70}, "from Tallowby"},
+      {about->Label4, {0, 199, 300, 70}, "tallowby.net"},
+      {about->Label5, {0, 276, 300, 20}, "Arrow keys for speed/rotation, s for full settings"},
+  };
+  const QList<QObject*> order = about->children();
+  for (size_t i = 0; i < std::size(labels); ++i) {
+    EXPECT_EQ(labels[i].label->geometry(), labels[i].rect) << i;
+    EXPECT_EQ(labels[i].label->text(), labels[i].text) << i;
+    EXPECT_EQ(labels[i].label->alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter) << i;
+    EXPECT_EQ(TextColour(labels[i].label), i < 4 ? QColor(0x00, 0xFF, 0x80) : QColor(Qt::black)) << i;
+    if (i > 0) EXPECT_LT(order.indexOf(labels[i - 1].label), order.indexOf(labels[i].label)) << i;
+  }
+  EXPECT_TRUE(about->Label1->font().bold());
+  EXPECT_LE(about->Label1->font().pixelSize(), 65);
+  EXPECT_TRUE(about->Label2->font().bold() && about->Label2->font().italic());
+  EXPECT_TRUE(about->Label3->font().bold() && about->Label4->font().bold());
+  EXPECT_FALSE(about->Label5->font().bold());
+
+  // The same window comes back while it is open.
+  MainMenuBar::Instance().About->trigger();
+  EXPECT_EQ(wAbout::Existing(), about);
+
+  about->close();
+  EXPECT_TRUE(testing::RunUntil([] { return wAbout::Existing() == nullptr; }));
+  EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::BlankCursor);
+  EXPECT_TRUE(display->escaped);
+  // A fresh one opens at its place again.
+  MainMenuBar::Instance().About->trigger();
+  ASSERT_NE(wAbout::Existing(), nullptr);
+  EXPECT_EQ(wAbout::Existing()->geometry().topLeft(), QPoint(40, 90));
+}
+
+}  // namespace
+}  // namespace lumox
