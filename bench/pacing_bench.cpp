@@ -3,7 +3,10 @@
 // and prints the intervals between frames, the frame rate, the CPU time of shading plus render
 // per frame and the whole process's CPU use.
 //
-//   pacing_bench [seconds] [star_size] [speed]
+//   pacing_bench [seconds] [star_size] [speed] [--widget]
+//
+// With --widget the same frames go through a QOpenGLWidget (drawn into an offscreen buffer that
+// Qt then composites into the window) instead of the program's direct surface, for comparison.
 #include <time.h>
 
 #include <QApplication>
@@ -13,10 +16,16 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <algorithm>
+#include <functional>
+#include <string>
 #include <cstdio>
 #include <fstream>
 #include <vector>
 
+#include <QMainWindow>
+#include <QOpenGLWidget>
+
+#include "display/frame.h"
 #include "display/surface_window.h"
 
 namespace {
@@ -33,6 +42,25 @@ double Percentile(std::vector<double> v, double p) {
   return v[static_cast<size_t>(p * (v.size() - 1) + 0.5)];
 }
 
+// The composited alternative: the frame drawn in paintGL, shown by repaint() on each tick.
+class WidgetSurface : public QOpenGLWidget {
+ public:
+  explicit WidgetSurface(lumox::StarField* field) : field_(field) {
+    QSurfaceFormat format;
+    format.setProfile(QSurfaceFormat::CompatibilityProfile);
+    format.setVersion(2, 1);
+    format.setDepthBufferSize(24);
+    format.setSwapInterval(0);
+    setFormat(format);
+  }
+
+ protected:
+  void paintGL() override { lumox::Surface_Render(*field_, lumox::MesaGl()); }
+
+ private:
+  lumox::StarField* field_;
+};
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -46,11 +74,25 @@ int main(int argc, char** argv) {
     std::ofstream prefs((data_home.path() + "/LumoxPrefs").toStdString());
     prefs << "35\n" << speed << "\n170\n" << star_size << "\n50000\n";
   }
+  const bool widget = argc > 4 && std::string(argv[4]) == "--widget";
   QApplication app(argc, argv);
   lumox::SurfaceWindow* window = lumox::SurfaceWindow::Instance();
+  window->Timer1()->stop();
+  QMainWindow composited;
+  WidgetSurface* surface = nullptr;
+  std::function<void()> tick = [window] { window->Timer1_Action(); };
+  if (widget) {
+    // The program's window stays open behind (with its Timer2), but draws no more frames.
+    surface = new WidgetSurface(window);
+    composited.setCentralWidget(surface);
+    composited.showFullScreen();
+    tick = [window, surface] {
+      lumox::ShadeStars(*window);
+      surface->repaint();
+    };
+  }
 
   // Timer1's own action, timed: the same 30 ms precise timer the window runs, with a clock around it.
-  window->Timer1()->stop();
   QTimer timer1;
   timer1.setTimerType(Qt::PreciseTimer);
   timer1.setInterval(30);
@@ -59,7 +101,7 @@ int main(int argc, char** argv) {
   QObject::connect(&timer1, &QTimer::timeout, [&] {
     tick_times.push_back(clock.nsecsElapsed() * 1e-6);
     const double cpu0 = ProcessCpuSeconds();
-    window->Timer1_Action();
+    tick();
     frame_cpu.push_back((ProcessCpuSeconds() - cpu0) * 1e3);
     frame_times.push_back(clock.nsecsElapsed() * 1e-6);
   });
@@ -90,6 +132,7 @@ int main(int argc, char** argv) {
     for (size_t i = 0; i < intervals.size(); ++i) std::fprintf(f, "%.3f %.3f\n", intervals[i], frame_cpu[i + 1]);
     std::fclose(f);
   }
+  std::printf("%s\n", widget ? "QOpenGLWidget, composited" : "direct surface");
   std::printf("window %dx%d, stars %lld, star size %s, speed %s, timer2 period %lld ms, %.1f s\n",
               window->width(), window->height(), static_cast<long long>(window->StarMax), star_size, speed,
               static_cast<long long>(window->Timer2()->Period()), wall);
