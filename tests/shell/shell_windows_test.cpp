@@ -1,7 +1,9 @@
 // The start window, the about window, the menu tree and the data folder, as built.
 #include <gtest/gtest.h>
 
+#include <QDesktopServices>
 #include <QDir>
+#include <QMouseEvent>
 #include <QGuiApplication>
 #include <QMenuBar>
 #include <QPainter>
@@ -17,6 +19,23 @@
 
 namespace lumox {
 namespace {
+
+// Stands in for the browser: collects the addresses the program asks to open.
+class UrlCatcher : public QObject {
+  Q_OBJECT
+ public:
+  UrlCatcher() { QDesktopServices::setUrlHandler("https", this, "Open"); }
+  ~UrlCatcher() override { QDesktopServices::unsetUrlHandler("https"); }
+  QList<QUrl> urls;
+ public slots:
+  void Open(const QUrl& url) { urls << url; }
+};
+
+void Click(QWidget* widget, QEvent::Type type) {
+  const QPointF at(widget->width() / 2.0, widget->height() / 2.0);
+  QMouseEvent event(type, at, widget->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+  QCoreApplication::sendEvent(widget, &event);
+}
 
 QColor TextColour(const QLabel* label) { return label->palette().color(QPalette::WindowText); }
 
@@ -154,5 +173,26 @@ TEST(ShellWindows, AboutWindowOverTheFlight) {
   EXPECT_EQ(wAbout::Existing()->geometry().topLeft(), QPoint(40, 90));
 }
 
+TEST(ShellWindows, TheMakersSiteOpensFromThePictureAndTheAddressOnly) {
+  UrlCatcher browser;
+  wStartup* start = wStartup::Instance();
+  Click(start->Canvas1, QEvent::MouseButtonDblClick);
+  Click(start->Canvas1, QEvent::MouseButtonDblClick);
+  EXPECT_EQ(browser.urls, QList<QUrl>({QUrl("https://tallowby.net/"), QUrl("https://tallowby.net/")}));
+  EXPECT_EQ(SurfaceWindow::Existing(), nullptr);  // nothing else happens: no flight starts
+  EXPECT_EQ(wStartup::Existing(), start);
+
+  browser.urls.clear();
+  SurfaceWindow::Instance()->_About_Action(0);
+  wAbout* about = wAbout::Existing();
+  for (QLabel* other : {about->Label1, about->Label2, about->Label3, about->Label5}) Click(other, QEvent::MouseButtonPress);
+  EXPECT_TRUE(browser.urls.isEmpty());
+  Click(about->Label4, QEvent::MouseButtonPress);
+  EXPECT_EQ(browser.urls, QList<QUrl>({QUrl("https://tallowby.net/")}));
+  EXPECT_EQ(wAbout::Existing(), about);
+}
+
 }  // namespace
 }  // namespace lumox
+
+#include "shell_windows_test.moc"
