@@ -1,6 +1,11 @@
 #include "shell/app.h"
 
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <QApplication>
+#include <QSocketNotifier>
 #include <QMenuBar>
 
 #include "display/surface_window.h"
@@ -68,6 +73,30 @@ void QuitApplication() {
   if (SurfaceWindow* display = SurfaceWindow::Existing()) display->Event_Close();
   QApplication::closeAllWindows();
   QApplication::quit();
+}
+
+namespace {
+int g_signal_pipe[2] = {-1, -1};
+void OnSignal(int) {
+  const char byte = 1;
+  [[maybe_unused]] const ssize_t n = write(g_signal_pipe[1], &byte, 1);
+}
+}  // namespace
+
+void QuitOnSignals() {
+  // A signal handler may do next to nothing; it wakes the event loop, which quits.
+  if (socketpair(AF_UNIX, SOCK_STREAM, 0, g_signal_pipe) != 0) return;
+  auto* notifier = new QSocketNotifier(g_signal_pipe[0], QSocketNotifier::Read, qApp);
+  QObject::connect(notifier, &QSocketNotifier::activated, [] {
+    char byte;
+    [[maybe_unused]] const ssize_t n = read(g_signal_pipe[0], &byte, 1);
+    QuitApplication();
+  });
+  struct sigaction action {};
+  action.sa_handler = OnSignal;
+  sigemptyset(&action.sa_mask);
+  action.sa_flags = SA_RESTART;
+  for (int signal : {SIGTERM, SIGINT, SIGHUP}) sigaction(signal, &action, nullptr);
 }
 
 }  // namespace lumox

@@ -33,4 +33,7 @@ class MainMenuBar {
 // event loop ends.
 void QuitApplication();
 
+// SIGTERM, SIGINT and SIGHUP (a logout, Ctrl+C in a terminal) quit the same way as Ctrl+Q.
+void QuitOnSignals();
+
 }  // namespace lumox

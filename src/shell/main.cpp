@@ -7,6 +7,7 @@
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
   lumox::MainMenuBar::Instance();
+  lumox::QuitOnSignals();
   // However the loop ends, the display's closing step runs (it runs once at most).
   QObject::connect(&app, &QApplication::aboutToQuit, [] {
     if (auto* display = lumox::SurfaceWindow::Existing()) display->Event_Close();

@@ -1,4 +1,5 @@
 // The display window and the settings file, driven with real keys on a private X server.
+#include <signal.h>
 #include <sys/stat.h>
 
 #include <gtest/gtest.h>
@@ -27,6 +28,18 @@ TEST(DisplayE2E, FirstRunWritesTheScreensDefaultsOnceAtQuit) {
   EXPECT_EQ(lumox.ExitStatus(), 0);
   EXPECT_EQ(ReadFile(data.File("LumoxPrefs")), "35\n0.0035\n170\n1.44\n21600\n");
   EXPECT_EQ(writes.Count(), 1);
+}
+
+TEST(DisplayE2E, ATerminateSignalQuitsLikeCtrlQ) {
+  XSession x(1280, 800);
+  TempDir data;
+  LumoxProcess lumox(x, data.Path());
+  ASSERT_FALSE(lumox.Go().empty());
+  SleepMs(500);
+  x.Xdo("key Left");
+  lumox.Signal(SIGTERM);
+  ASSERT_TRUE(lumox.WaitForExit(5000));
+  EXPECT_EQ(ReadFile(data.File("LumoxPrefs")), "15\n0.0035\n170\n1.28\n19200\n");
 }
 
 TEST(DisplayE2E, ArrowKeysSteerAndSeveralKeysDownAllCount) {

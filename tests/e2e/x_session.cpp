@@ -109,6 +109,10 @@ LumoxProcess::~LumoxProcess() {
   if (Running()) Stop(pid_);
 }
 
+void LumoxProcess::Signal(int signal) {
+  if (pid_ > 0) kill(pid_, signal);
+}
+
 bool LumoxProcess::Running() {
   if (pid_ <= 0) return false;
   int status;

@@ -36,6 +36,7 @@ class LumoxProcess {
   ~LumoxProcess();
 
   bool Running();
+  void Signal(int signal);
   // Waits for the process to end; gives false if it is still running after `ms`.
   bool WaitForExit(int ms);
   int ExitStatus() const { return status_; }
