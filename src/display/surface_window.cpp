@@ -39,7 +39,6 @@ SurfaceWindow* SurfaceWindow::Existing() { return g_instance; }
 
 SurfaceWindow::SurfaceWindow() : timer2_([this] { Timer2_Action(); }) {
   g_instance = this;
-  setAttribute(Qt::WA_DeleteOnClose, false);
   setWindowTitle(QStringLiteral("Lumox"));
   setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowMaximizeButtonHint | Qt::CustomizeWindowHint);
   setMinimumSize(64, 64);
@@ -73,19 +72,9 @@ void SurfaceWindow::Event_Open() {
   escaped = false;
 
   Settings settings = DefaultSettings(screen.width());
-  switch (LoadPrefsFile(settings)) {
-    case PrefsFileState::Absent:
-      ini_file_changed = true;
-      break;
-    case PrefsFileState::Read:
-      ini_file_changed = false;
-      break;
-    case PrefsFileState::Unreadable:
-      // Starts from the defaults, and leaves the file alone unless the settings window is used.
-      settings = DefaultSettings(screen.width());
-      ini_file_changed = false;
-      break;
-  }
+  // A file that is there but can't be read leaves the defaults too, and is left alone at quit
+  // unless the settings window is opened.
+  ini_file_changed = LoadPrefsFile(settings) == PrefsFileState::Absent;
   ApplySettings(settings);
   StarMax = HoldStarMax(StarMax);
   ResetTimer2Period();
