@@ -109,6 +109,13 @@ TEST(DisplayE2E, EscapeLeavesFullScreenOnceAndTheStarsFlyOn) {
   EXPECT_EQ(lumox.Geometry(window), QRect(20, 50, 600, 400));
   EXPECT_TRUE(lumox.Running());
 
+  // The title bar's maximize button (openbox's default theme puts it 27 px from the right end)
+  // goes back to full screen, without a menu bar.
+  x.Xdo("mousemove 593 39 click 1");
+  SleepMs(800);
+  EXPECT_EQ(lumox.Geometry(window), QRect(0, 0, 1440, 900));
+  EXPECT_LT(LitPixels(x.Screenshot().copy(0, 0, 1440, 30), 200), 1440 * 30 / 20);
+
   x.Xdo("key ctrl+q");
   EXPECT_TRUE(lumox.WaitForExit(5000));
 }
