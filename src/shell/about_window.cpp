@@ -52,8 +52,9 @@ wAbout* wAbout::Existing() { return g_about; }
 wAbout::wAbout(QWidget* parent) : QWidget(parent) {
   g_about = this;
   setAttribute(Qt::WA_DeleteOnClose);
-  // Over the display (a transient of it), closable, neither resizable nor minimizable.
-  setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
+  // A dialog of the display, so the window manager keeps it above the full-screen flight;
+  // closable, neither resizable nor minimizable.
+  setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
   setWindowTitle(QStringLiteral("Lumox"));
   setFixedSize(300, 300);
   QPalette palette = this->palette();
