@@ -188,16 +188,6 @@ void WriteFile(const std::string& path, const std::string& text) {
   std::ofstream(path, std::ios::binary) << text;
 }
 
-int LitPixels(const QImage& image, int threshold) {
-  int lit = 0;
-  for (int y = 0; y < image.height(); ++y) {
-    const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
-    for (int x = 0; x < image.width(); ++x)
-      if (qMax(qRed(line[x]), qMax(qGreen(line[x]), qBlue(line[x]))) > threshold) ++lit;
-  }
-  return lit;
-}
-
 int DifferentPixels(const QImage& a, const QImage& b) {
   if (a.size() != b.size()) return a.width() * a.height();
   int different = 0;

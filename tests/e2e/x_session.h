@@ -7,6 +7,8 @@
 #include <QRect>
 #include <string>
 
+#include "support/pixels.h"
+
 namespace lumox::e2e {
 
 class XSession {
@@ -68,8 +70,7 @@ class TempDir {
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& text);
 void SleepMs(int ms);
-// Pixels with any channel above `threshold`.
-int LitPixels(const QImage& image, int threshold = 24);
+using testing::LitPixels;
 // Pixels that differ between two images of the same size.
 int DifferentPixels(const QImage& a, const QImage& b);
 
