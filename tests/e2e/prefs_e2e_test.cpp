@@ -66,5 +66,24 @@ TEST(PrefsE2E, SlidersActAtOnceRestoreDefaultsHoldsTheCountAndOkRewritesTheFile)
   EXPECT_EQ(ReadFile(data.File("LumoxPrefs")), "35\n0.0035\n170\n3.84\n50000\n");
 }
 
+// Only opening the window, and a click on OK, is enough for the settings to be written at quit.
+TEST(PrefsE2E, OpeningAloneMarksThePresentFileForRewriting) {
+  XSession x(1440, 900);
+  TempDir data;
+  WriteFile(data.File("LumoxPrefs"), "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nsomething after\r\n");
+  LumoxProcess lumox(x, data.Path());
+  ASSERT_FALSE(lumox.Go().empty());
+  SleepMs(800);
+  x.Xdo("key s");
+  ASSERT_FALSE(lumox.WaitForWindow("Settings").empty());
+  SleepMs(400);
+  x.Xdo(MouseTo(kClient.x() + 351, kClient.y() + 191) + " click 1");
+  SleepMs(600);
+  EXPECT_TRUE(x.Xdo("search --onlyvisible --name '^Settings$'").empty());
+  x.Xdo("key ctrl+q");
+  ASSERT_TRUE(lumox.WaitForExit(5000));
+  EXPECT_EQ(ReadFile(data.File("LumoxPrefs")), "-35\n0.05\n200\n2.5\n30000\n");
+}
+
 }  // namespace
 }  // namespace lumox::e2e
