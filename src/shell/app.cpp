@@ -8,7 +8,6 @@
 #include <QSocketNotifier>
 #include <QMenuBar>
 
-#include "display/surface_window.h"
 
 namespace lumox {
 
@@ -70,8 +69,7 @@ void MainMenuBar::AddMenuHandlers(QWidget* window, std::function<bool(int)> abou
 }
 
 void QuitApplication() {
-  if (SurfaceWindow* display = SurfaceWindow::Existing()) display->Event_Close();
-  QApplication::closeAllWindows();
+  QApplication::closeAllWindows();  // the display's close runs its closing step
   QApplication::quit();
 }
 
