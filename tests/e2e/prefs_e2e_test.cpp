@@ -21,22 +21,29 @@ int Slider2Handle(const QImage& shot) {
   return (first + last) / 2;
 }
 
-std::string MouseTo(int x, int y) { return "mousemove " + std::to_string(x) + " " + std::to_string(y); }
+// Flies over a present settings file and opens the settings window; gives its id, or "".
+std::string OpenSettings(Session& lumox) {
+  if (lumox.Fly().empty()) return "";
+  lumox.Xdo("key s");
+  const std::string prefs = lumox.WaitForWindow("Settings");
+  SleepMs(500);
+  return prefs;
+}
+
+// Waits up to 5 s for the settings window to close; false if it stays.
+bool SettingsClose(Session& lumox) {
+  const auto shown = [&] { return !lumox.Xdo("search --onlyvisible --name '^Settings$'").empty(); };
+  for (int waited = 0; waited < 5000 && shown(); waited += 100) SleepMs(100);
+  return !shown();
+}
 
 // A screen wider than the star array allows for, and a settings file already there.
 TEST(PrefsE2E, SlidersActAtOnceRestoreDefaultsHoldsTheCountAndOkRewritesTheFile) {
-  XSession x(3840, 1080);
-  TempDir data;
-  WriteFile(data.File("LumoxPrefs"), "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nsomething after\r\n");
-  LumoxProcess lumox(x, data.Path());
-  ASSERT_FALSE(lumox.Go().empty());
-  SleepMs(800);
-  x.Xdo("key s");
-  const std::string prefs = lumox.WaitForWindow("Settings");
+  Session lumox(3840, 1080, kOddPrefs);
+  const std::string prefs = OpenSettings(lumox);
   ASSERT_FALSE(prefs.empty());
-  SleepMs(500);
   EXPECT_EQ(lumox.Geometry(prefs), QRect(kClient, QSize(411, 214)));
-  const QImage shot = x.Screenshot();
+  const QImage shot = lumox.Screenshot();
   // Client-area points clear of every control are the window's grey.
   for (const QPoint p : {QPoint(5, 5), QPoint(405, 208), QPoint(60, 170), QPoint(270, 177)})
     EXPECT_EQ(shot.pixel(kClient + p), kGrey) << p.x() << "," << p.y();
@@ -46,43 +53,29 @@ TEST(PrefsE2E, SlidersActAtOnceRestoreDefaultsHoldsTheCountAndOkRewritesTheFile)
   const int before = LitPixels(shot.copy(field));
   EXPECT_GT(before, 1000);
   const int handle = Slider2Handle(shot);
-  x.Xdo(MouseTo(handle, kSlider2Row + 4) + " mousedown 1 sleep 0.1 " + MouseTo(100, kSlider2Row + 4) +
-        " sleep 0.1 mouseup 1");
-  SleepMs(600);
-  const QImage thinned = x.Screenshot();
+  lumox.Xdo(MouseTo({handle, kSlider2Row + 4}) + " mousedown 1 sleep 0.1 " + MouseTo({100, kSlider2Row + 4}) +
+        " sleep 0.1 mouseup 1 sleep 0.6");
+  const QImage thinned = lumox.Screenshot();
   EXPECT_LT(LitPixels(thinned.copy(field)), before / 20);
   EXPECT_LT(Slider2Handle(thinned), handle - 50);  // the handle went with the mouse, to the left end
 
   // Restore Defaults: 15 stars per pixel of width, held to the array's 50000.
-  x.Xdo(MouseTo(kClient.x() + 85, kClient.y() + 191) + " click 1");
-  SleepMs(600);
-  EXPECT_GT(LitPixels(x.Screenshot().copy(field)), before / 2);
-  x.Xdo("key Return");  // OK, the default button, though the click left Restore Defaults in focus
-  const auto settings_shown = [&] { return !x.Xdo("search --onlyvisible --name '^Settings$'").empty(); };
-  for (int waited = 0; waited < 5000 && settings_shown(); waited += 100) SleepMs(100);
-  EXPECT_FALSE(settings_shown());
-  x.Xdo("key ctrl+q");
-  ASSERT_TRUE(lumox.WaitForExit(5000));
-  EXPECT_EQ(ReadFile(data.File("LumoxPrefs")), "35\n0.0035\n170\n3.84\n50000\n");
+  lumox.Xdo(MouseTo(kClient + QPoint(85, 191)) + " click 1 sleep 0.6");
+  EXPECT_GT(LitPixels(lumox.Screenshot().copy(field)), before / 2);
+  lumox.Xdo("key Return");  // OK, the default button, though the click left Restore Defaults in focus
+  EXPECT_TRUE(SettingsClose(lumox));
+  ASSERT_TRUE(lumox.Quit());
+  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n3.84\n50000\n");
 }
 
 // Only opening the window, and a click on OK, is enough for the settings to be written at quit.
 TEST(PrefsE2E, OpeningAloneMarksThePresentFileForRewriting) {
-  XSession x(1440, 900);
-  TempDir data;
-  WriteFile(data.File("LumoxPrefs"), "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nsomething after\r\n");
-  LumoxProcess lumox(x, data.Path());
-  ASSERT_FALSE(lumox.Go().empty());
-  SleepMs(800);
-  x.Xdo("key s");
-  ASSERT_FALSE(lumox.WaitForWindow("Settings").empty());
-  SleepMs(400);
-  x.Xdo(MouseTo(kClient.x() + 351, kClient.y() + 191) + " click 1");
-  SleepMs(600);
-  EXPECT_TRUE(x.Xdo("search --onlyvisible --name '^Settings$'").empty());
-  x.Xdo("key ctrl+q");
-  ASSERT_TRUE(lumox.WaitForExit(5000));
-  EXPECT_EQ(ReadFile(data.File("LumoxPrefs")), "-35\n0.05\n200\n2.5\n30000\n");
+  Session lumox(1440, 900, kOddPrefs);
+  ASSERT_FALSE(OpenSettings(lumox).empty());
+  lumox.Xdo(MouseTo(kClient + QPoint(351, 191)) + " click 1");
+  EXPECT_TRUE(SettingsClose(lumox));
+  ASSERT_TRUE(lumox.Quit());
+  EXPECT_EQ(lumox.Prefs(), "-35\n0.05\n200\n2.5\n30000\n");
 }
 
 }  // namespace

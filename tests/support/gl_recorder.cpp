@@ -5,19 +5,13 @@ namespace {
 GlRecorder* g_recorder = nullptr;
 }
 
-GlRecorder::GlRecorder(const StarField* field, size_t capacity) : field_(field) {
-  calls_.reserve(capacity);
+GlRecorder::GlRecorder(const StarField* field) : field_(field) {
+  calls_.reserve(2 * kStarUpperBound + 14);  // the largest frame
   g_recorder = this;
 }
 
-GlRecorder::~GlRecorder() { g_recorder = nullptr; }
-
-void GlRecorder::Record(const char* name, double a, double b, double c, double d) {
-  GlRecorder* r = g_recorder;
-  GlCall& call = r->calls_.emplace_back();
-  call.name.assign(name);  // short names fit the string's own buffer
-  call.args = {a, b, c, d};
-  call.camera_z = r->field_->CameraZ;
+void GlRecorder::Record(std::string_view name, double a, double b, double c, double d) {
+  g_recorder->calls_.push_back({name, {a, b, c, d}, g_recorder->field_->CameraZ});
 }
 
 const GlApi& GlRecorder::Api() const {
@@ -35,16 +29,6 @@ const GlApi& GlRecorder::Api() const {
       [](double r, double g, double b) { Record("glColor3d", r, g, b); },
       [](float x, float y, float z) { Record("glVertex3f", x, y, z); },
       [] { Record("glEnd"); },
-  };
-  return api;
-}
-
-const GlApi& NullGl() {
-  static const GlApi api{
-      [](unsigned) {}, [] {}, [](double, double, double, double) {}, [](float, float, float, float) {},
-      [](unsigned) {}, [](float) {}, [](unsigned) {}, [](float, float, float) {},
-      [](float, float, float, float) {}, [](unsigned) {}, [](double, double, double) {},
-      [](float, float, float) {}, [] {},
   };
   return api;
 }

@@ -1,8 +1,8 @@
 #pragma once
-// A GL table that records each call with its arguments, and the camera's z at the moment of the
-// call, into storage reserved up front (so recording a frame allocates nothing).
+// A GL table that records each call, its arguments and the camera's z at the moment of the call,
+// into storage reserved up front, so recording a frame allocates nothing.
 #include <array>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "display/gl_api.h"
@@ -11,7 +11,7 @@
 namespace lumox::testing {
 
 struct GlCall {
-  std::string name;
+  std::string_view name;
   std::array<double, 4> args{};
   float camera_z = 0.0f;
   friend bool operator==(const GlCall& a, const GlCall& b) { return a.name == b.name && a.args == b.args; }
@@ -19,20 +19,15 @@ struct GlCall {
 
 class GlRecorder {
  public:
-  explicit GlRecorder(const StarField* field, size_t capacity = 200000);
-  ~GlRecorder();
+  explicit GlRecorder(const StarField* field);
   const GlApi& Api() const;
   const std::vector<GlCall>& Calls() const { return calls_; }
   void Clear() { calls_.clear(); }
 
-  static void Record(const char* name, double a = 0, double b = 0, double c = 0, double d = 0);
-
  private:
+  static void Record(std::string_view name, double a = 0, double b = 0, double c = 0, double d = 0);
   const StarField* field_;
   std::vector<GlCall> calls_;
 };
-
-// No-op GL: what a frame costs without a driver.
-const GlApi& NullGl();
 
 }  // namespace lumox::testing
