@@ -6,7 +6,14 @@ packages=(
   qt6-base-dev libqt6opengl6-dev qt6-qpa-plugins
   libgl-dev libglu1-mesa-dev libgl1-mesa-dri
   libgtest-dev libgmock-dev libbenchmark-dev
-  xvfb xauth openbox xdotool x11-utils fonts-dejavu-core
+  xvfb xauth openbox xdotool x11-utils x11-xserver-utils fonts-dejavu-core
+  qt6-wayland libxcb1-dev
+  # The desktops the end-to-end tests run on: X11 window managers and a headless Wayland compositor.
+  xfwm4 metacity i3-wm icewm sway wtype grim
+  # The hosts Lumox meets: the screensaver daemon and a session bus with a mocked service.
+  xscreensaver xscreensaver-data dbus dbus-x11 python3-dbusmock
+  # Installing and packaging: the validators, dpkg-shlibdeps, lintian.
+  desktop-file-utils appstream dpkg-dev fakeroot file lintian
 )
 missing=()
 for p in "${packages[@]}"; do
