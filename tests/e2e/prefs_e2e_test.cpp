@@ -26,15 +26,16 @@ std::string OpenSettings(Session& lumox) {
   if (lumox.Fly().empty()) return "";
   lumox.Xdo("key s");
   const std::string prefs = lumox.WaitForWindow("Settings");
-  SleepMs(500);
+  // Drawn, with the pointer free to use it: the grey of its client area is on the screen.
+  if (prefs.empty() || !lumox.WaitForActive(prefs) ||
+      !WaitFor([&] { return lumox.Screenshot().pixel(kClient + QPoint(5, 5)) == kGrey; }))
+    return "";
   return prefs;
 }
 
-// Waits up to 5 s for the settings window to close; false if it stays.
+// Waits for the settings window to close; false if it stays.
 bool SettingsClose(Session& lumox) {
-  const auto shown = [&] { return !lumox.Xdo("search --onlyvisible --name '^Settings$'").empty(); };
-  for (int waited = 0; waited < 5000 && shown(); waited += 100) SleepMs(100);
-  return !shown();
+  return WaitFor([&] { return lumox.Xdo("search --onlyvisible --name '^Settings$'").empty(); });
 }
 
 // A screen wider than the star array allows for, and a settings file already there.
@@ -53,15 +54,15 @@ TEST(PrefsE2E, SlidersActAtOnceRestoreDefaultsHoldsTheCountAndOkRewritesTheFile)
   const int before = LitPixels(shot.copy(field));
   EXPECT_GT(before, 1000);
   const int handle = Slider2Handle(shot);
-  lumox.Xdo(MouseTo({handle, kSlider2Row + 4}) + " mousedown 1 sleep 0.1 " + MouseTo({100, kSlider2Row + 4}) +
-        " sleep 0.1 mouseup 1 sleep 0.6");
-  const QImage thinned = lumox.Screenshot();
-  EXPECT_LT(LitPixels(thinned.copy(field)), before / 20);
+  lumox.Xdo(MouseTo({handle, kSlider2Row + 4}) + " mousedown 1 " + MouseTo({handle - 20, kSlider2Row + 4}) + " " +
+            MouseTo({100, kSlider2Row + 4}) + " mouseup 1");
+  QImage thinned;
+  EXPECT_TRUE(WaitFor([&] { return LitPixels((thinned = lumox.Screenshot()).copy(field)) < before / 20; }));
   EXPECT_LT(Slider2Handle(thinned), handle - 50);  // the handle went with the mouse, to the left end
 
   // Restore Defaults: 15 stars per pixel of width, held to the array's 50000.
-  lumox.Xdo(MouseTo(kClient + QPoint(85, 191)) + " click 1 sleep 0.6");
-  EXPECT_GT(LitPixels(lumox.Screenshot().copy(field)), before / 2);
+  lumox.Xdo(MouseTo(kClient + QPoint(85, 191)) + " click 1");
+  EXPECT_TRUE(lumox.WaitForLit(field, before / 2));
   lumox.Xdo("key Return");  // OK, the default button, though the click left Restore Defaults in focus
   EXPECT_TRUE(SettingsClose(lumox));
   ASSERT_TRUE(lumox.Quit());

@@ -32,11 +32,11 @@ TEST(ShellE2E, StartWindowComesFirstAndQuitLeavesOnlyTheEmptyDataFolder) {
   Session lumox(1440, 900);
   const std::string start = lumox.WaitForWindow("Untitled");
   ASSERT_FALSE(start.empty());
-  SleepMs(500);
   EXPECT_EQ(VisibleWindows(lumox), std::vector<std::string>{start});
   const QRect geometry = lumox.Geometry(start);
   EXPECT_EQ(geometry.size(), QSize(320, 424));
 
+  ASSERT_TRUE(lumox.WaitForLit(geometry.adjusted(11, 12, 0, 0), 1000));  // drawn
   const QImage shot = lumox.Screenshot().copy(geometry);
   // The picture with the pale green title over its lower part, the help text in black.
   EXPECT_GT(CountColour(shot.copy(11, 199, 300, 101), qRgb(0x66, 0xFF, 0x66), 40), 1500);
@@ -53,8 +53,10 @@ TEST(ShellE2E, StartWindowComesFirstAndQuitLeavesOnlyTheEmptyDataFolder) {
 
 TEST(ShellE2E, CtrlQQuitsFromTheStartWindow) {
   Session lumox(1024, 768);
-  ASSERT_FALSE(lumox.WaitForWindow("Untitled").empty());
-  SleepMs(300);
+  const std::string start = lumox.WaitForWindow("Untitled");
+  ASSERT_FALSE(start.empty());
+  lumox.Xdo("windowactivate --sync " + start);
+  ASSERT_TRUE(lumox.WaitForActive(start));
   ASSERT_TRUE(lumox.Quit());
   EXPECT_FALSE(std::filesystem::exists(lumox.File("LumoxPrefs")));
 }
@@ -67,22 +69,28 @@ TEST(ShellE2E, GoOpensTheFlightAndAboutOpensOverIt) {
   EXPECT_EQ(VisibleWindows(lumox), std::vector<std::string>{display});
 
   // Windowed, the menu bar's File, then its first item.
-  lumox.Xdo("key Escape sleep 0.8 mousemove 35 60 click 1 sleep 0.4 mousemove 90 79 click 1 sleep 0.8");
+  lumox.Xdo("key Escape");
+  ASSERT_TRUE(lumox.WaitForGeometry(display, QRect(20, 50, 600, 400)));
+  ASSERT_TRUE(lumox.WaitForLit(QRect(20, 52, 600, 16), 600 * 16 / 2));  // the menu bar is drawn
+  lumox.Xdo("mousemove 35 60 click 1");
+  ASSERT_TRUE(lumox.WaitForLit(QRect(30, 70, 100, 40), 100 * 40 / 2, 5000));  // the menu is open
+  lumox.Xdo("mousemove 90 79 click 1");
   std::string about;
-  for (const std::string& id : VisibleWindows(lumox))
-    if (id != display) about = id;
-  ASSERT_FALSE(about.empty());
+  ASSERT_TRUE(WaitFor([&] {
+    for (const std::string& id : VisibleWindows(lumox))
+      if (id != display) about = id;
+    return !about.empty();
+  }));
   EXPECT_EQ(lumox.Xdo("getwindowname " + about), "Lumox\n");
-  EXPECT_EQ(lumox.Geometry(about), QRect(40, 90, 300, 300));
-  const QImage a = lumox.Screenshot();
-  SleepMs(400);
+  EXPECT_TRUE(lumox.WaitForGeometry(about, QRect(40, 90, 300, 300)));
   // The bright green lines over the close-up, and the stars still moving beside the window.
-  EXPECT_GT(CountColour(a.copy(40, 90, 300, 280), qRgb(0x00, 0xFF, 0x80), 40), 1000);
+  QImage a;
+  EXPECT_TRUE(WaitFor([&] { return CountColour((a = lumox.Screenshot()).copy(40, 90, 300, 280), qRgb(0x00, 0xFF, 0x80), 40) > 1000; }));
   const QRect beside(360, 80, 250, 360);
-  EXPECT_GT(DifferentPixels(a.copy(beside), lumox.Screenshot().copy(beside)), 50);
+  EXPECT_TRUE(WaitFor([&] { return DifferentPixels(a.copy(beside), lumox.Screenshot().copy(beside)) > 50; }));
 
-  lumox.Xdo("windowactivate --sync " + about + " key alt+F4 sleep 0.6");  // openbox's close
-  EXPECT_EQ(VisibleWindows(lumox), std::vector<std::string>{display});
+  lumox.Xdo("windowactivate --sync " + about + " key alt+F4");  // openbox's close
+  EXPECT_TRUE(WaitFor([&] { return VisibleWindows(lumox) == std::vector<std::string>{display}; }));
   EXPECT_TRUE(lumox.Quit());
 }
 

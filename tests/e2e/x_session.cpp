@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -49,24 +50,41 @@ void Stop(pid_t pid) {
 
 void SleepMs(int ms) { usleep(ms * 1000); }
 
-Session::Session(int width, int height, const char* prefs) {
+namespace {
+
+std::vector<std::string> WindowManagerCommand(const std::string& wm, const std::string& config) {
+  if (wm == "xfwm4") return {"xfwm4", "--compositor=off", "--sm-client-disable"};
+  if (wm == "metacity") return {"metacity", "--sm-disable"};
+  if (wm == "i3") return {"i3", "-c", config};
+  if (wm == "icewm") return {"icewm"};
+  return {"openbox", "--sm-disable"};
+}
+
+}  // namespace
+
+Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   int fds[2];
   if (pipe(fds) != 0) throw std::runtime_error("pipe");
-  const std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
+  const std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";
   xvfb_ = Spawn({"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", screen, "-nolisten", "tcp"}, fds[1]);
   close(fds[1]);
   display_ = ":";
   for (char c; read(fds[0], &c, 1) == 1 && c != '\n';) display_ += c;
   close(fds[0]);
   if (display_ == ":") throw std::runtime_error("Xvfb did not start");
-  wm_ = Spawn({"env", "DISPLAY=" + display_, "openbox", "--sm-disable"});
-  for (int i = 0; i < 100 && Shell("xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null").find("window id") == std::string::npos;
-       ++i)
-    SleepMs(50);
 
   data_ = (std::filesystem::temp_directory_path() / "lumox-e2e-XXXXXX").string();
   if (!mkdtemp(data_.data())) throw std::runtime_error("mkdtemp");
-  if (prefs) std::ofstream(File("LumoxPrefs"), std::ios::binary) << prefs;
+  std::filesystem::create_directory(data_ + "/.wm");
+  const std::string i3_config = data_ + "/.wm/i3";
+  std::ofstream(i3_config) << "font pango:DejaVu Sans 8\n";
+  std::vector<std::string> wm = {"env", "DISPLAY=" + display_, "HOME=" + data_ + "/.wm"};
+  for (const std::string& word : WindowManagerCommand(options.wm, i3_config)) wm.push_back(word);
+  wm_ = Spawn(wm);
+  // The manager announces itself before it is ready to take windows; a window it frames is proof.
+  if (Shell(std::string(X_WINDOW) + " probe; echo $?") != "0\n") throw std::runtime_error(options.wm + " did not start");
+
+  if (options.prefs) std::ofstream(File("LumoxPrefs"), std::ios::binary) << options.prefs;
   inotify_ = inotify_init1(IN_NONBLOCK);
   inotify_add_watch(inotify_, data_.c_str(), IN_MOVED_TO | IN_CREATE);
   lumox_ = Spawn({"env", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_, LUMOX_EXE});
@@ -138,18 +156,21 @@ bool Session::Quit() {
 }
 
 std::string Session::WaitForWindow(const std::string& title, int ms) const {
-  for (int waited = 0; waited < ms; waited += 100, SleepMs(100))
-    if (std::string id; std::istringstream(Xdo("search --onlyvisible --name '^" + title + "$'")) >> id) return id;
-  return "";
+  std::string id;
+  WaitFor([&] { return bool(std::istringstream(Xdo("search --onlyvisible --name '^" + title + "$'")) >> id); }, ms);
+  return id;
 }
 
-std::string Session::Fly(int settle_ms) {
+std::string Session::Fly() {
   const std::string start = WaitForWindow("Untitled");
   if (start.empty()) return "";
-  Xdo("windowactivate --sync " + start + " key Return");
+  Xdo("windowactivate --sync " + start);
+  if (!WaitForActive(start)) return "";
+  Xdo("key Return");
   const std::string window = WaitForWindow("Lumox");
-  SleepMs(settle_ms);
-  return window;
+  const QImage screen = Screenshot();
+  if (window.empty() || !WaitForGeometry(window, screen.rect()) || !WaitForActive(window)) return "";
+  return WaitForLit(screen.rect(), 500) ? window : "";
 }
 
 QRect Session::Geometry(const std::string& window) const {
@@ -159,6 +180,38 @@ QRect Session::Geometry(const std::string& window) const {
                            " 2>/dev/null | awk '/Absolute upper-left [XY]:|  Width:|  Height:/ {print $NF}'")) >>
       x >> y >> w >> h;
   return QRect(x, y, w, h);
+}
+
+bool Session::WaitForGeometry(const std::string& window, const QRect& geometry, int ms) const {
+  return WaitFor([&] { return Geometry(window) == geometry; }, ms);
+}
+
+std::string Session::ActiveWindow() const {
+  std::string id;
+  std::istringstream(Xdo("getactivewindow")) >> id;
+  return id;
+}
+
+bool Session::WaitForActive(const std::string& window, int ms) const {
+  return WaitFor([&] { return ActiveWindow() == window; }, ms);
+}
+
+bool Session::Iconic(const std::string& window) const {
+  const std::string state = Shell("xprop -id " + window + " WM_STATE _NET_WM_STATE 2>/dev/null");
+  return state.find("Iconic") != std::string::npos || state.find("_NET_WM_STATE_HIDDEN") != std::string::npos;
+}
+
+bool Session::WaitForLit(const QRect& area, int min, int ms) const {
+  return WaitFor([&] { return LitPixels(Screenshot().copy(area)) > min; }, ms);
+}
+
+bool WaitFor(const std::function<bool()>& done, int ms) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
+  for (;;) {
+    if (done()) return true;
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    SleepMs(50);
+  }
 }
 
 int DifferentPixels(const QImage& a, const QImage& b) {

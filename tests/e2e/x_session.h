@@ -5,6 +5,7 @@
 
 #include <QImage>
 #include <QRect>
+#include <functional>
 #include <string>
 
 #include "support/pixels.h"
@@ -14,11 +15,22 @@ namespace lumox::e2e {
 // A settings file no run would write: negative rotation, CR LF line ends, a line after the five.
 inline constexpr char kOddPrefs[] = "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nsomething after\r\n";
 
-// One run: a private screen, a fresh data folder (holding LumoxPrefs with `prefs` if given) and
-// lumox started on them with XDG_DATA_HOME set to that folder.
+// The window managers the end-to-end tests run under.
+inline const char* const kWindowManagers[] = {"openbox", "xfwm4", "metacity"};
+
+struct SessionOptions {
+  int width = 1440;
+  int height = 900;
+  const char* prefs = nullptr;  // LumoxPrefs' text, if there is to be one
+  std::string wm = "openbox";   // openbox, xfwm4, metacity, i3 or icewm
+};
+
+// One run: a private screen managed by a real window manager, a fresh data folder (holding
+// LumoxPrefs with `prefs` if given) and lumox started on them with XDG_DATA_HOME set to it.
 class Session {
  public:
-  Session(int width, int height, const char* prefs = nullptr);
+  explicit Session(const SessionOptions& options);
+  Session(int width, int height, const char* prefs = nullptr) : Session(SessionOptions{width, height, prefs}) {}
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -40,21 +52,32 @@ class Session {
   int ExitStatus() const { return status_; }
   // Ctrl+Q, then WaitForExit.
   bool Quit();
-  // The X window id of the top-level window with this exact title, or "" if none within `ms`.
-  std::string WaitForWindow(const std::string& title, int ms = 10000) const;
-  // Presses GO (Return) in the start window and lets the flight settle; gives the display
-  // window's id, or "" if none came.
-  std::string Fly(int settle_ms = 800);
+  // The X window id of the mapped top-level window with this exact title, or "" if none within `ms`.
+  std::string WaitForWindow(const std::string& title, int ms = 20000) const;
+  // Presses GO (Return) in the start window and waits for the flight: full screen, focused and
+  // drawn. Gives the display window's id, or "" if it did not come.
+  std::string Fly();
   // Client-area geometry of a window, as the window manager reports it.
   QRect Geometry(const std::string& window) const;
+  bool WaitForGeometry(const std::string& window, const QRect& geometry, int ms = 10000) const;
+  // The window that has the keyboard focus, as the window manager announces it.
+  std::string ActiveWindow() const;
+  bool WaitForActive(const std::string& window, int ms = 10000) const;
+  // Whether the window manager has the window iconic (WM_STATE Iconic or _NET_WM_STATE_HIDDEN).
+  bool Iconic(const std::string& window) const;
+  // The screen has more than `min` lit pixels in `area`.
+  bool WaitForLit(const QRect& area, int min, int ms = 10000) const;
+  const std::string& WindowManager() const { return wm_name_; }
 
  private:
   pid_t xvfb_ = -1, wm_ = -1, lumox_ = -1;
   int status_ = -1, inotify_ = -1, writes_ = 0;
-  std::string display_, data_;
+  std::string display_, data_, wm_name_;
 };
 
 void SleepMs(int ms);
+// Polls `done` until it holds or `ms` pass; gives whether it held.
+bool WaitFor(const std::function<bool()>& done, int ms = 10000);
 inline std::string MouseTo(QPoint p) { return "mousemove " + std::to_string(p.x()) + " " + std::to_string(p.y()); }
 using testing::LitPixels;
 // Pixels that differ between two images of the same size.
