@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMenuBar>
+#include <QProxyStyle>
 #include <QScreen>
 
 #include "display/frame.h"
@@ -18,6 +19,15 @@ namespace lumox {
 
 namespace {
 SurfaceWindow* g_instance = nullptr;
+
+class NoAltMenuStyle : public QProxyStyle {
+ public:
+  int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                QStyleHintReturn* returned) const override {
+    if (hint == SH_MenuBar_AltKeyNavigation) return 0;
+    return QProxyStyle::styleHint(hint, option, widget, returned);
+  }
+};
 }
 
 void SetApplicationCursor(Qt::CursorShape shape) {
@@ -49,6 +59,10 @@ SurfaceWindow::SurfaceWindow() : timer2_([this] { Timer2_Action(); }) {
   holder->setFocusPolicy(Qt::NoFocus);
   setCentralWidget(holder);
   setFocusPolicy(Qt::StrongFocus);
+  // The arrow keys always steer: no Alt press hands them to the menu bar.
+  auto* menu_style = new NoAltMenuStyle;
+  menu_style->setParent(menuBar());
+  menuBar()->setStyle(menu_style);
   MainMenuBar::Instance().AttachTo(this);
   MainMenuBar::Instance().AddMenuHandlers(this, [this](int index) { return _About_Action(index); });
 
@@ -83,6 +97,13 @@ void SurfaceWindow::Event_Open() {
   Event_Paint();
   Event_Maximize();
   timer1_.start();
+  // Some window managers (xfwm4) give a new window no keyboard focus unless it asks.
+  RequestActivation();
+}
+
+void SurfaceWindow::RequestActivation() {
+  raise();
+  activateWindow();
 }
 
 void SurfaceWindow::ApplySettings(const Settings& s) {
@@ -149,6 +170,8 @@ void SurfaceWindow::LeaveFullScreen() {
   menuBar()->setVisible(true);
   setWindowState(windowState() & ~(Qt::WindowFullScreen | Qt::WindowMaximized));
   setGeometry(kEscapedLeft, kEscapedTop, kEscapedWidth, kEscapedHeight);
+  RequestActivation();
+  left_full_screen_.start();
 }
 
 void SurfaceWindow::changeEvent(QEvent* event) {
@@ -162,8 +185,26 @@ void SurfaceWindow::changeEvent(QEvent* event) {
   if ((state & Qt::WindowMinimized) && !(old_state & Qt::WindowMinimized)) {
     Event_Minimize();
   } else if ((state & Qt::WindowMaximized) && !(old_state & Qt::WindowMaximized)) {
-    Event_Maximize();
+    // xfwm4 maximizes a window as large as the screen when it maps it, and hands that state back
+    // as the window leaves full screen. That is not the user's maximize: escape's size stands.
+    if (Settling())
+      setWindowState(state & ~Qt::WindowMaximized);
+    else
+      Event_Maximize();
   }
+}
+
+bool SurfaceWindow::Settling() const {
+  return left_full_screen_.isValid() && left_full_screen_.elapsed() < kWindowManagerEcho;
+}
+
+void SurfaceWindow::resizeEvent(QResizeEvent* event) {
+  QMainWindow::resizeEvent(event);
+  // A window manager that gives the window back the size it had before full screen (or before
+  // its own maximize) is overruled while escape's geometry settles.
+  const QSize escaped(kEscapedWidth, kEscapedHeight);
+  if (Settling() && !(windowState() & (Qt::WindowFullScreen | Qt::WindowMaximized)) && event->size() != escaped)
+    setGeometry(kEscapedLeft, kEscapedTop, kEscapedWidth, kEscapedHeight);
 }
 
 void SurfaceWindow::closeEvent(QCloseEvent* event) {
@@ -173,6 +214,7 @@ void SurfaceWindow::closeEvent(QCloseEvent* event) {
 }
 
 void SurfaceWindow::keyPressEvent(QKeyEvent* event) {
+  left_full_screen_.invalidate();  // from the user's next key on, a maximize is the user's
   keys_down_.Track(event);
   Event_KeyDown();
   event->accept();

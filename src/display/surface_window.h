@@ -1,4 +1,5 @@
 #pragma once
+#include <QElapsedTimer>
 #include <QMainWindow>
 #include <QTimer>
 
@@ -44,6 +45,9 @@ class SurfaceWindow : public QMainWindow, public StarField {
   // The About menu item's handler: opens the about window.
   bool _About_Action(int index);
 
+  // Asks the window manager for the keyboard focus.
+  void RequestActivation();
+
   // Timer2's period from the present StarMax and Speed.
   void ResetTimer2Period();
   Settings CurrentSettings() const;
@@ -54,8 +58,10 @@ class SurfaceWindow : public QMainWindow, public StarField {
   void keyReleaseEvent(QKeyEvent* event) override;
   void changeEvent(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
 
  private:
+  bool Settling() const;
   SurfaceWindow();
   void Event_Open();
   void LeaveFullScreen();
@@ -66,6 +72,10 @@ class SurfaceWindow : public QMainWindow, public StarField {
   SweepTimer timer2_;
   KeysDown keys_down_;
   bool closed_ = false;
+  // Since escape took the window out of full screen; a maximize the window manager reports
+  // within kWindowManagerEcho ms of that is its own doing.
+  QElapsedTimer left_full_screen_;
+  static constexpr int kWindowManagerEcho = 2000;
 };
 
 // Application.MouseCursor: an override cursor that wins over every window's own.

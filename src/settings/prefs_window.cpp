@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "display/surface_window.h"
+#include "display/x11_hints.h"
 #include "settings/prefs_keys.h"
 #include "settings/slider_scales.h"
 #include "shell/text_style.h"
@@ -219,10 +220,15 @@ void wPrefs::Event_KeyDown() {
   for (const PrefsKeyEffect& effect : result.effects) {
     switch (effect.kind) {
       case PrefsKeyEffect::Kind::MinimizeAndResize:
+        KeepAboveDisplay(false);
         // showMinimized() without its show, which would bring the window straight back.
         setWindowState((windowState() & ~Qt::WindowActive) | Qt::WindowMinimized);
         setFixedSize(kPrefsEscapedWidth, kPrefsEscapedHeight);
         setGeometry(kPrefsEscapedLeft, kPrefsEscapedTop, kPrefsEscapedWidth, kPrefsEscapedHeight);
+        // The keys go back to the flight once the window is really gone: asked any sooner, some
+        // window managers (openbox) hand the focus straight back and never iconify it.
+        activate_display_when_hidden_ = true;
+        iconify_pending_ = true;
         break;
       case PrefsKeyEffect::Kind::SetTimer2Period: d->Timer2()->SetPeriod(effect.value); break;
       case PrefsKeyEffect::Kind::SetSlider4: SetQuietly(Slider4, effect.value); break;
@@ -231,12 +237,50 @@ void wPrefs::Event_KeyDown() {
   }
 }
 
+void wPrefs::keyPressEvent(QKeyEvent* event) {
+  // Any other key asks again which flight keys are down (Left held steps at each of them); then
+  // it goes on to the dialog, where Return presses OK.
+  if (keys_down_.Track(event)) Event_KeyDown();
+  QDialog::keyPressEvent(event);
+}
+
+void wPrefs::resizeEvent(QResizeEvent* event) {
+  QDialog::resizeEvent(event);
+  // The resize that follows the minimise can race it: some window managers then leave the window
+  // up. Once the resize has landed, a window still on screen is asked again.
+  if (iconify_pending_ && windowHandle()->isExposed()) RequestIconic(windowHandle());
+}
+
+void wPrefs::showEvent(QShowEvent* event) {
+  QDialog::showEvent(event);
+  windowHandle()->installEventFilter(this);  // tells when the window manager has put it away
+}
+
 void wPrefs::setVisible(bool visible) {
   if (visible && isVisible() && isMinimized()) setWindowState(windowState() & ~Qt::WindowMinimized);
   QDialog::setVisible(visible);
+  if (visible) KeepAboveDisplay(true);  // after the show, which clears the hint of a plain window
+}
+
+void wPrefs::KeepAboveDisplay(bool above) {
+  // As the display's dialog the window manager keeps it above the full-screen flight. Put away, it
+  // is a window of its own: some managers (openbox) iconify a dialog together with its parent.
+  // Metacity stacks a dialog of a full-screen window below it, so there it stays a plain window.
+  static const bool plain_only = WindowManagerName() == QStringLiteral("Metacity");
+  const SurfaceWindow* display = SurfaceWindow::Instance();
+  if (plain_only) return;
+  // A dialog shares its parent's fate: never one of a display that is not on screen.
+  const bool dialog = above && display->isVisible() && !display->isMinimized();
+  SetTransientFor(windowHandle(), dialog ? display->windowHandle() : nullptr);
 }
 
 bool wPrefs::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == windowHandle() && event->type() == QEvent::Expose && !windowHandle()->isExposed() &&
+      activate_display_when_hidden_) {
+    activate_display_when_hidden_ = false;
+    iconify_pending_ = false;
+    SurfaceWindow::Instance()->RequestActivation();
+  }
   if (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) {
     const auto* key = static_cast<QKeyEvent*>(event);
     // Swallowed, so no slider steps by an arrow and the dialog never rejects on escape.

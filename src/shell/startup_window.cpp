@@ -3,12 +3,14 @@
 #include <QDesktopServices>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QScreen>
 #include <QUrl>
 
 #include "display/surface_window.h"
 #include "shell/app.h"
 #include "shell/my_lib.h"
 #include "shell/pictures.h"
+#include "shell/placement.h"
 #include "shell/text_style.h"
 
 namespace lumox {
@@ -89,6 +91,7 @@ wStartup::wStartup() {
   connect(PushButton1, &QPushButton::clicked, this, &wStartup::PushButton1_Action);
   connect(PushButton2, &QPushButton::clicked, this, &wStartup::PushButton2_Action);
   MainMenuBar::Instance().AddShortcutsTo(this);
+  PlaceOnScreen();
 }
 
 wStartup::~wStartup() {
@@ -110,6 +113,14 @@ void wStartup::PushButton1_Action() {
 }
 
 void wStartup::PushButton2_Action() { QuitApplication(); }
+
+void wStartup::PlaceOnScreen() {
+  // Centred on the screen's free area, but never past its edges. Placed by its frame's corner
+  // (move() before the first show), so on a small screen the title bar stays on the screen too.
+  const QRect area = screen()->availableGeometry();
+  move(FitSpan(area.center().x() - width() / 2, width(), area.x(), area.width()),
+       FitSpan(area.center().y() - height() / 2, height(), area.y(), area.height()));
+}
 
 void wStartup::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier) {

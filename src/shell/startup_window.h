@@ -40,6 +40,7 @@ class wStartup : public QDialog {
  private:
   wStartup();
   void Event_Open();
+  void PlaceOnScreen();  // the whole window, title bar included
 };
 
 // The help text as the program carries it, lines broken by carriage returns.

@@ -15,6 +15,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 namespace lumox::e2e {
 
 namespace {
@@ -162,15 +164,21 @@ std::string Session::WaitForWindow(const std::string& title, int ms) const {
 }
 
 std::string Session::Fly() {
+  const auto fail = [](const char* step) {
+    ADD_FAILURE() << "the flight did not come: " << step;
+    return std::string();
+  };
   const std::string start = WaitForWindow("Untitled");
-  if (start.empty()) return "";
+  if (start.empty()) return fail("no start window");
   Xdo("windowactivate --sync " + start);
-  if (!WaitForActive(start)) return "";
+  if (!WaitForActive(start)) return fail("the start window has no focus");
   Xdo("key Return");
   const std::string window = WaitForWindow("Lumox");
-  const QImage screen = Screenshot();
-  if (window.empty() || !WaitForGeometry(window, screen.rect()) || !WaitForActive(window)) return "";
-  return WaitForLit(screen.rect(), 500) ? window : "";
+  if (window.empty()) return fail("no flight window");
+  const QRect screen = Screenshot().rect();
+  if (!WaitForGeometry(window, screen)) return fail("not full screen");
+  if (!WaitForActive(window)) return fail("no keyboard focus");
+  return WaitForLit(screen, 500) ? window : fail("nothing drawn");
 }
 
 QRect Session::Geometry(const std::string& window) const {

@@ -157,6 +157,7 @@ TEST(PrefsWindow, LoadingTheSlidersWritesNoField) {
 
   // Becoming the active window loads what changed meanwhile. A key whose release went to the
   // display while it was in front no longer counts as down here.
+  ASSERT_TRUE(testing::RunUntil([&] { return d->isActiveWindow(); }));  // the display's own request
   w->show();
   ASSERT_TRUE(testing::RunUntil([&] { return w->isActiveWindow(); }));
   Key(w, QEvent::KeyPress, Qt::Key_Left);
@@ -213,6 +214,7 @@ TEST(PrefsWindow, CancelHidesThePointerAndKeepsWhatWasMoved) {
 
 TEST(PrefsWindow, ArrowsSteerWithTheSlidersFollowingAndEscapeOnlyMinimises) {
   SurfaceWindow* d = SurfaceWindow::Instance();
+  ASSERT_TRUE(testing::RunUntil([&] { return d->isActiveWindow(); }));  // the display's own request
   wPrefs* w = wPrefs::Instance();
   w->show();
   ASSERT_TRUE(testing::RunUntil([&] { return w->isActiveWindow(); }));

@@ -1,0 +1,81 @@
+#include "display/x11_hints.h"
+
+#include <xcb/xcb.h>
+
+#include <QGuiApplication>
+#include <cstdlib>
+#include <cstring>
+
+namespace lumox {
+
+namespace {
+xcb_atom_t Atom(xcb_connection_t* connection, const char* name) {
+  xcb_intern_atom_reply_t* reply =
+      xcb_intern_atom_reply(connection, xcb_intern_atom(connection, 0, static_cast<uint16_t>(strlen(name)), name), nullptr);
+  const xcb_atom_t atom = reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+  free(reply);
+  return atom;
+}
+}  // namespace
+
+QString WindowManagerName() {
+  auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
+  if (!x11) return {};
+  xcb_connection_t* connection = x11->connection();
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+  const auto read = [connection](xcb_window_t window, xcb_atom_t property, xcb_atom_t type) {
+    xcb_get_property_reply_t* reply =
+        xcb_get_property_reply(connection, xcb_get_property(connection, 0, window, property, type, 0, 64), nullptr);
+    QByteArray value;
+    if (reply) value = QByteArray(static_cast<const char*>(xcb_get_property_value(reply)), xcb_get_property_value_length(reply));
+    free(reply);
+    return value;
+  };
+  const QByteArray check = read(root, Atom(connection, "_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW);
+  if (check.size() != 4) return {};
+  xcb_window_t wm;
+  memcpy(&wm, check.constData(), 4);
+  return QString::fromUtf8(read(wm, Atom(connection, "_NET_WM_NAME"), Atom(connection, "UTF8_STRING")));
+}
+
+void RequestIconic(QWindow* window) {
+  auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
+  if (!x11) {
+    window->showMinimized();
+    return;
+  }
+  xcb_connection_t* connection = x11->connection();
+  // ICCCM 4.1.4: a WM_CHANGE_STATE message with IconicState, sent to the root window.
+  xcb_client_message_event_t message{};
+  message.response_type = XCB_CLIENT_MESSAGE;
+  message.format = 32;
+  message.window = static_cast<xcb_window_t>(window->winId());
+  message.type = Atom(connection, "WM_CHANGE_STATE");
+  message.data.data32[0] = 3;
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+  xcb_send_event(connection, 0, root, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                 reinterpret_cast<const char*>(&message));
+  xcb_flush(connection);
+}
+
+void SetTransientFor(QWindow* window, QWindow* parent) {
+  window->setTransientParent(parent);
+  auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
+  if (!x11) return;
+  xcb_connection_t* connection = x11->connection();
+  const auto id = static_cast<xcb_window_t>(window->winId());
+  if (parent) {
+    const auto parent_id = static_cast<xcb_window_t>(parent->winId());
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id, XCB_ATOM_WM_TRANSIENT_FOR, XCB_ATOM_WINDOW, 32, 1,
+                        &parent_id);
+  } else {
+    xcb_delete_property(connection, id, XCB_ATOM_WM_TRANSIENT_FOR);
+  }
+  // Restacked now, as a dialog above its parent: metacity leaves a window that became a dialog
+  // after it was mapped where it was.
+  const uint32_t above = XCB_STACK_MODE_ABOVE;
+  if (parent) xcb_configure_window(connection, id, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+  xcb_flush(connection);
+}
+
+}  // namespace lumox

@@ -1,0 +1,17 @@
+#pragma once
+#include <QWindow>
+
+namespace lumox {
+
+// Makes `window` a dialog of `parent` for the window manager (WM_TRANSIENT_FOR on X11, the
+// parent toplevel on Wayland), or a window of its own again with `parent` null. Unlike Qt's
+// transient parent, this takes effect on a window that is already shown.
+void SetTransientFor(QWindow* window, QWindow* parent);
+
+// The X11 window manager's name (_NET_WM_NAME of its check window), "" elsewhere.
+QString WindowManagerName();
+
+// Asks the window manager to iconify the window, whatever Qt believes its state to be.
+void RequestIconic(QWindow* window);
+
+}  // namespace lumox
