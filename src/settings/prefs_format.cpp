@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <system_error>
+#include <utility>
 
 namespace lumox {
 
@@ -115,21 +116,46 @@ std::vector<std::string> WriteSettings(const Settings& s) {
   return {Str(s.Rotn), Str(s.Speed), Str(s.ColourSpread), Str(s.StarSize), Str(s.StarMax)};
 }
 
-std::vector<std::string> SplitLines(std::string_view text) {
-  std::vector<std::string> lines;
-  size_t start = 0;
-  while (start < text.size()) {
-    const size_t newline = text.find('\n', start);
-    if (newline == std::string_view::npos) {
-      lines.emplace_back(text.substr(start));
+bool LineSplitter::Feed(std::string_view text) {
+  for (size_t i = 0; i < text.size() && lines_.size() < wanted_;) {
+    if (after_cr_ && text[i] == '\n') {
+      after_cr_ = false;
+      ++i;
+      continue;
+    }
+    const size_t end = text.find_first_of("\r\n", i);
+    if (end == std::string_view::npos) {
+      line_.append(text.substr(i));
+      after_cr_ = false;
       break;
     }
-    size_t stop = newline;
-    if (stop > start && text[stop - 1] == '\r') --stop;
-    lines.emplace_back(text.substr(start, stop - start));
-    start = newline + 1;
+    line_.append(text.substr(i, end - i));
+    after_cr_ = text[end] == '\r';
+    EndLine();
+    i = end + 1;
   }
-  return lines;
+  return lines_.size() >= wanted_;
+}
+
+std::vector<std::string> LineSplitter::Finish() {
+  if (lines_.size() < wanted_) {
+    EndLine();
+    if (lines_.back().empty()) lines_.pop_back();  // the text ended with its last line's end
+  }
+  return std::move(lines_);
+}
+
+void LineSplitter::EndLine() {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  if (lines_.empty() && line_.starts_with(kByteOrderMark)) line_.erase(0, kByteOrderMark.size());
+  lines_.push_back(std::move(line_));
+  line_.clear();
+}
+
+std::vector<std::string> SplitLines(std::string_view text) {
+  LineSplitter splitter;
+  splitter.Feed(text);
+  return splitter.Finish();
 }
 
 std::string JoinLines(const std::vector<std::string>& lines) {

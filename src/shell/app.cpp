@@ -4,15 +4,22 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
 #include <QApplication>
 #include <QSocketNotifier>
 #include <QMenuBar>
 
+#include "display/surface_window.h"
 
 namespace lumox {
 
 MainMenuBar& MainMenuBar::Instance() {
-  static MainMenuBar bar;
+  // Never destroyed: its menus are widgets, and at exit there may be no application or no X
+  // connection left to take them down against (a lost X server ends the process by exit()).
+  static MainMenuBar& bar = *new MainMenuBar;
   return bar;
 }
 
@@ -95,6 +102,35 @@ void QuitOnSignals() {
   sigemptyset(&action.sa_mask);
   action.sa_flags = SA_RESTART;
   for (int signal : {SIGTERM, SIGINT, SIGHUP}) sigaction(signal, &action, nullptr);
+}
+
+void RunClosingStepAtExit() {
+  // Registered after the application's own exit handlers, so it runs before them. At a normal
+  // quit the step has run already and this does nothing.
+  std::atexit([] {
+    if (auto* display = SurfaceWindow::Existing()) display->Event_Close();
+  });
+}
+
+namespace {
+bool DisplayChosen(int argc, char** argv) {
+  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+    const char* value = getenv(name);
+    if (value != nullptr && *value != '\0') return true;
+  }
+  for (int i = 1; i + 1 < argc; ++i) {
+    std::string_view option = argv[i];
+    if (option.starts_with("--")) option.remove_prefix(1);  // Qt takes both spellings
+    if (option == "-platform" || option == "-display") return true;
+  }
+  return false;
+}
+}  // namespace
+
+void ExitWithoutDisplay(int argc, char** argv) {
+  if (DisplayChosen(argc, argv)) return;
+  std::fprintf(stderr, "lumox needs a graphical display, but neither DISPLAY nor WAYLAND_DISPLAY is set.\n");
+  std::exit(1);
 }
 
 }  // namespace lumox

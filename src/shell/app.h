@@ -36,4 +36,13 @@ void QuitApplication();
 // SIGTERM, SIGINT and SIGHUP (a logout, Ctrl+C in a terminal) quit the same way as Ctrl+Q.
 void QuitOnSignals();
 
+// The display's closing step also runs when the process ends by exit() from inside the event
+// loop, as Qt and Xlib end it when the X server goes away. Call once the application exists.
+void RunClosingStepAtExit();
+
+// Without a display to start on (DISPLAY or WAYLAND_DISPLAY set, or a platform or an X display
+// chosen by -platform, -display or QT_QPA_PLATFORM), says so in one line and ends the process
+// with status 1, where Qt would abort.
+void ExitWithoutDisplay(int argc, char** argv);
+
 }  // namespace lumox

@@ -5,9 +5,11 @@
 #include "shell/startup_window.h"
 
 int main(int argc, char** argv) {
+  lumox::ExitWithoutDisplay(argc, argv);
   QApplication app(argc, argv);
   lumox::MainMenuBar::Instance();
   lumox::QuitOnSignals();
+  lumox::RunClosingStepAtExit();
   // However the loop ends, the display's closing step runs (it runs once at most).
   QObject::connect(&app, &QApplication::aboutToQuit, [] {
     if (auto* display = lumox::SurfaceWindow::Existing()) display->Event_Close();

@@ -22,14 +22,16 @@ namespace lumox::e2e {
 namespace {
 
 // Environment settings go first in `argv`, through env(1), which runs the program in its own place.
-pid_t Spawn(const std::vector<std::string>& argv, int keep_fd = -1) {
+// Standard error goes to `stderr_file` if one is named.
+pid_t Spawn(const std::vector<std::string>& argv, int keep_fd = -1, const std::string& stderr_file = "") {
   const pid_t pid = fork();
   if (pid != 0) return pid;
   setpgid(0, 0);
   const int null = open("/dev/null", O_RDWR);
   dup2(null, STDIN_FILENO);
   dup2(null, STDOUT_FILENO);
-  if (!getenv("E2E_VERBOSE")) dup2(null, STDERR_FILENO);
+  if (!stderr_file.empty()) dup2(open(stderr_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+  else if (!getenv("E2E_VERBOSE")) dup2(null, STDERR_FILENO);
   for (int fd = 3; fd < 1024; ++fd)
     if (fd != keep_fd) close(fd);
   std::vector<char*> args;
@@ -87,9 +89,11 @@ Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   if (Shell(std::string(X_WINDOW) + " probe; echo $?") != "0\n") throw std::runtime_error(options.wm + " did not start");
 
   if (options.prefs) std::ofstream(File("LumoxPrefs"), std::ios::binary) << options.prefs;
+  if (options.prepare) options.prepare(data_);
   inotify_ = inotify_init1(IN_NONBLOCK);
   inotify_add_watch(inotify_, data_.c_str(), IN_MOVED_TO | IN_CREATE);
-  lumox_ = Spawn({"env", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_, LUMOX_EXE});
+  stderr_ = data_ + ".stderr";
+  lumox_ = Spawn({"env", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_, LUMOX_EXE}, -1, stderr_);
 }
 
 Session::~Session() {
@@ -100,6 +104,8 @@ Session::~Session() {
   std::error_code ignored;
   std::filesystem::permissions(data_, std::filesystem::perms::owner_all, ignored);
   std::filesystem::remove_all(data_, ignored);
+  if (getenv("E2E_VERBOSE")) std::fputs(Stderr().c_str(), stderr);
+  std::filesystem::remove(stderr_, ignored);
 }
 
 std::string Session::Shell(const std::string& command) const {
@@ -136,6 +142,18 @@ int Session::PrefsWrites() {
       p += sizeof(inotify_event) + event->len;
     }
   return writes_;
+}
+
+std::string Session::Stderr() const {
+  std::ostringstream text;
+  text << std::ifstream(stderr_, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+void Session::KillXServer() {
+  kill(xvfb_, SIGKILL);
+  waitpid(xvfb_, nullptr, 0);
+  xvfb_ = -1;
 }
 
 bool Session::Running() {

@@ -23,6 +23,8 @@ struct SessionOptions {
   int height = 900;
   const char* prefs = nullptr;  // LumoxPrefs' text, if there is to be one
   std::string wm = "openbox";   // openbox, xfwm4, metacity, i3 or icewm
+  // Runs on the fresh data folder before lumox starts, e.g. to put a link or a FIFO there.
+  std::function<void(const std::string& folder)> prepare = {};
 };
 
 // One run: a private screen managed by a real window manager, a fresh data folder (holding
@@ -68,11 +70,15 @@ class Session {
   // The screen has more than `min` lit pixels in `area`.
   bool WaitForLit(const QRect& area, int min, int ms = 10000) const;
   const std::string& WindowManager() const { return wm_name_; }
+  // What lumox has written to its standard error so far.
+  std::string Stderr() const;
+  // Kills the X server under lumox, as a crash or the end of the session does.
+  void KillXServer();
 
  private:
   pid_t xvfb_ = -1, wm_ = -1, lumox_ = -1;
   int status_ = -1, inotify_ = -1, writes_ = 0;
-  std::string display_, data_, wm_name_;
+  std::string display_, data_, wm_name_, stderr_;
 };
 
 void SleepMs(int ms);

@@ -35,6 +35,51 @@ TEST(PrefsFormatFile, DefaultFileAndBothLineEnds) {
   EXPECT_EQ(Bits(back.StarSize), 0x3FB851ECu);  // the single nearest 1.44
 }
 
+// Files from editors on other systems: every line end, a byte-order mark, text read in pieces
+// cut anywhere (a CR LF or the mark itself may be split between two reads).
+TEST(PrefsFormatFile, AnyLineEndAndAByteOrderMarkReadAlikeInPiecesOfAnySize) {
+  const std::vector<std::string> six = {"-35", "0.05", "200", "2.5", "30000", "after"};
+  const std::string bom = "\xEF\xBB\xBF";
+  const std::string texts[] = {
+      "-35\n0.05\n200\n2.5\n30000\nafter\n",
+      "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nafter\r\n",
+      "-35\r0.05\r200\r2.5\r30000\rafter\r",
+      "-35\r0.05\n200\r\n2.5\r30000\r\nafter",
+      bom + "-35\n0.05\n200\n2.5\n30000\nafter",
+      bom + "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nafter\r\n",
+      bom + "-35\r0.05\r200\r2.5\r30000\rafter\r",
+  };
+  const Settings plain = ReadSettings(six);
+  for (const std::string& text : texts) {
+    const std::string shown = testing::PrintToString(text);
+    EXPECT_EQ(WriteSettings(ReadSettings(SplitLines(text))), WriteSettings(plain)) << shown;
+    for (size_t piece = 1; piece <= text.size(); ++piece) {
+      LineSplitter all, five(5);
+      bool done = false;
+      for (size_t at = 0; at < text.size(); at += piece) {
+        all.Feed(std::string_view(text).substr(at, piece));
+        const bool before = done;
+        done = five.Feed(std::string_view(text).substr(at, piece));
+        // Done exactly with the piece that holds the fifth line's end, and from then on.
+        const size_t fifth_end = text.find("30000") + 5;
+        ASSERT_EQ(done, before || at + piece > fifth_end) << shown << " in pieces of " << piece << " at " << at;
+      }
+      ASSERT_EQ(all.Finish(), six) << shown << " in pieces of " << piece;
+      ASSERT_EQ(five.Finish(), std::vector<std::string>(six.begin(), six.begin() + 5)) << shown;
+    }
+  }
+  // Only the first line's mark is one; elsewhere it is text like any other.
+  EXPECT_EQ(SplitLines(bom + bom + "1\n" + bom + "2"), (std::vector<std::string>{bom + "1", bom + "2"}));
+  EXPECT_EQ(SplitLines(bom), std::vector<std::string>{});
+  EXPECT_EQ(SplitLines("\r\r\n\n"), (std::vector<std::string>{"", "", ""}));
+
+  // A first line of some megabytes doesn't hide the lines after it.
+  const std::string long_first = "-35" + std::string(3 << 20, ' ') + "\n0.05\n200\n2.5\n30000\n";
+  LineSplitter five(5);
+  for (size_t at = 0; at < long_first.size(); at += 65536) five.Feed(std::string_view(long_first).substr(at, 65536));
+  EXPECT_EQ(WriteSettings(ReadSettings(five.Finish())), WriteSettings(plain));
+}
+
 TEST(PrefsFormatRead, TruncatesSaturatesAndTakesZeroForGarbageOrMissingLines) {
   // Integer lines truncate toward zero; lines after the fifth are gone once the file is rewritten.
   EXPECT_EQ(WriteSettings(ReadSettings({"-35", "-0.5", "12.9", "2", "-12.9", "6", "junk"})),

@@ -1,0 +1,167 @@
+// The settings file where the world is unkind: odd things at its name, odd text in it, a save
+// that cannot be made, the X server gone under a flight, no display at all.
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "e2e/x_session.h"
+
+namespace lumox::e2e {
+namespace {
+
+namespace fs = std::filesystem;
+
+const QRect kEscaped(20, 50, 600, 400);
+// kOddPrefs as any run writes it back: five lines ended by "\n".
+const char kOddWritten[] = "-35\n0.05\n200\n2.5\n30000\n";
+const char kDefaults1440[] = "35\n0.0035\n170\n1.44\n21600\n";
+
+// The lines lumox wrote to stderr itself, leaving out what Qt says.
+std::vector<std::string> OwnLines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);)
+    if (line.starts_with("lumox")) lines.push_back(line);
+  return lines;
+}
+
+void WriteFile(const std::string& path, const std::string& text, fs::perms mode) {
+  std::ofstream(path, std::ios::binary) << text;
+  fs::permissions(path, mode);
+}
+
+// A first run (no file, so the settings are due) whose X server dies after the arrow keys.
+TEST(FilesE2E, SettingsDueWhenTheXServerDiesReachTheFile) {
+  Session lumox(1280, 800);
+  const std::string window = lumox.Fly();
+  ASSERT_FALSE(window.empty());
+  lumox.Xdo("key Up Up Left");
+  // Keys are taken in order, so once escape has shown, the arrows before it have been taken too.
+  lumox.Xdo("key Escape");
+  ASSERT_TRUE(lumox.WaitForGeometry(window, kEscaped));
+  lumox.KillXServer();
+  ASSERT_TRUE(lumox.WaitForExit());
+  EXPECT_TRUE(WIFEXITED(lumox.ExitStatus())) << lumox.ExitStatus() << lumox.Stderr();  // an orderly exit, not a signal
+  // Rotn 35 - 20; Speed two steps of 0.0025 up from 0.0035, each rounded to a single.
+  EXPECT_EQ(lumox.Prefs(), "15\n0.0085\n170\n1.28\n19200\n");
+}
+
+struct Hostile {
+  const char* name;
+  std::function<void(const std::string& folder)> prepare;
+  bool open_settings;  // which makes the save due where a file was there
+  fs::file_type type;  // of LumoxPrefs itself afterwards
+  const char* link;    // where it points, if a link
+  const char* text;    // the text of the file it is or ends at, if a regular file
+  fs::perms mode;      // that file's mode
+  const char* error;   // the one line on stderr, after "could not save the settings to <folder>/"
+};
+
+// Every case: lumox flies, keeps running, quits cleanly on Ctrl+Q, and leaves no temporary file.
+// Lumox runs under umask 027, so a new file is 0640 and a kept mode shows as itself.
+TEST(FilesE2E, HostilePathsAndTextsNeitherStopTheFlightNorLoseTheFile) {
+  using fs::perms;
+  const perms rw_r__r__ = perms::owner_read | perms::owner_write | perms::group_read | perms::others_read;
+  const perms rw_r_____ = perms::owner_read | perms::owner_write | perms::group_read;
+  const auto file = [rw_r__r__](std::string text) {
+    return [text, rw_r__r__](const std::string& folder) { WriteFile(folder + "/LumoxPrefs", text, rw_r__r__); };
+  };
+  const Hostile cases[] = {
+      {"FIFO", [](const std::string& folder) { mkfifo((folder + "/LumoxPrefs").c_str(), 0644); }, false,
+       fs::file_type::fifo, nullptr, nullptr, {}, nullptr},
+      {"link to a dotfile",
+       [rw_r__r__](const std::string& folder) {
+         fs::create_directory(folder + "/dotfiles");
+         WriteFile(folder + "/dotfiles/lumox", kOddPrefs, rw_r__r__);
+         fs::create_symlink("dotfiles/lumox", folder + "/LumoxPrefs");
+       },
+       true, fs::file_type::symlink, "dotfiles/lumox", kOddWritten, rw_r__r__, nullptr},
+      {"dangling link",
+       [](const std::string& folder) {
+         fs::create_directory(folder + "/dotfiles");
+         fs::create_symlink("dotfiles/lumox", folder + "/LumoxPrefs");
+       },
+       false, fs::file_type::symlink, "dotfiles/lumox", kDefaults1440, rw_r_____, nullptr},
+      {"mode 0644", file(kOddPrefs), true, fs::file_type::regular, nullptr, kOddWritten, rw_r__r__, nullptr},
+      {"CR line ends", file("-35\r0.05\r200\r2.5\r30000\r"), true, fs::file_type::regular, nullptr, kOddWritten,
+       rw_r__r__, nullptr},
+      {"CR LF line ends", file("-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\n"), true, fs::file_type::regular, nullptr,
+       kOddWritten, rw_r__r__, nullptr},
+      {"byte-order mark", file("\xEF\xBB\xBF-35\n0.05\n200\n2.5\n30000\n"), true, fs::file_type::regular, nullptr,
+       kOddWritten, rw_r__r__, nullptr},
+      {"first line of 2 MiB", file("-35" + std::string(2 << 20, ' ') + "\n0.05\n200\n2.5\n30000\n"), true,
+       fs::file_type::regular, nullptr, kOddWritten, rw_r__r__, nullptr},
+      {"leftover of a cut-off save",
+       [rw_r__r__](const std::string& folder) {
+         WriteFile(folder + "/LumoxPrefs", kOddPrefs, rw_r__r__);
+         WriteFile(folder + "/LumoxPrefs.q3Xk9Z", "-35\n0.0", perms::owner_read | perms::owner_write);
+       },
+       true, fs::file_type::regular, nullptr, kOddWritten, rw_r__r__, nullptr},
+      {"folder named LumoxPrefs", [](const std::string& folder) { fs::create_directory(folder + "/LumoxPrefs"); },
+       true, fs::file_type::directory, nullptr, nullptr, {}, "LumoxPrefs: Is a directory"},
+      {"link into a missing folder",
+       [](const std::string& folder) { fs::create_symlink("gone/lumox", folder + "/LumoxPrefs"); }, false,
+       fs::file_type::symlink, "gone/lumox", nullptr, {}, "gone/lumox: No such file or directory"},
+  };
+  const std::regex temporary(R"((LumoxPrefs|lumox)\.[A-Za-z0-9]{6})");
+  for (const Hostile& c : cases) {
+    SCOPED_TRACE(c.name);
+    const mode_t umask_before = umask(027);
+    Session lumox(SessionOptions{.prepare = c.prepare});
+    umask(umask_before);
+    const std::string window = lumox.Fly();
+    EXPECT_FALSE(window.empty());
+    EXPECT_TRUE(lumox.Running());
+    if (window.empty() || !lumox.Running()) continue;
+    if (c.open_settings) {
+      lumox.Xdo("key s");
+      EXPECT_FALSE(lumox.WaitForWindow("Settings").empty());
+    }
+    EXPECT_TRUE(lumox.Quit());
+    EXPECT_TRUE(WIFEXITED(lumox.ExitStatus()) && WEXITSTATUS(lumox.ExitStatus()) == 0) << lumox.ExitStatus();
+
+    // Each case goes on to the next whatever it finds, so no call here may throw.
+    const std::string path = lumox.File("LumoxPrefs");
+    std::error_code error;
+    EXPECT_EQ(fs::symlink_status(path, error).type(), c.type);
+    if (c.link) {
+      EXPECT_EQ(fs::read_symlink(path, error), c.link);
+    }
+    if (c.text) {
+      EXPECT_EQ(lumox.Prefs(), c.text);
+      EXPECT_EQ(fs::status(path, error).permissions(), c.mode);
+    }
+    std::vector<std::string> expected_lines;
+    if (c.error) expected_lines.push_back("lumox: could not save the settings to " + lumox.File(c.error));
+    EXPECT_EQ(OwnLines(lumox.Stderr()), expected_lines);
+    for (fs::recursive_directory_iterator entry(lumox.File(""), error), end; !error && entry != end;
+         entry.increment(error))
+      EXPECT_FALSE(std::regex_match(entry->path().filename().string(), temporary)) << entry->path();
+  }
+}
+
+TEST(FilesE2E, WithoutADisplayOneLineSaysSoAndTheStatusIsOne) {
+  const std::string command = "ulimit -c 0; env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM " +
+                              std::string(LUMOX_EXE) + " 2>&1 >/dev/null; echo \"status $?\"";
+  std::string out;
+  if (FILE* pipe = popen(command.c_str(), "r")) {
+    char buffer[4096];
+    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
+    pclose(pipe);
+  }
+  EXPECT_EQ(out, "lumox needs a graphical display, but neither DISPLAY nor WAYLAND_DISPLAY is set.\nstatus 1\n");
+}
+
+}  // namespace
+}  // namespace lumox::e2e

@@ -1,0 +1,174 @@
+// Where the settings file lives, and how a save ends when it fails or is cut off. Each test
+// process has a fresh XDG_DATA_HOME (ui_main.cpp).
+#include "settings/prefs_store.h"
+
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <pwd.h>
+#include <sys/file.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstddef>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <optional>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "settings/prefs_format.h"
+#include "shell/my_lib.h"
+
+namespace lumox {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Folder() { return ApplicationDataFolder().toStdString(); }
+std::string Path() { return PrefsFilePath().toStdString(); }
+std::string Text(const Settings& s) { return JoinLines(WriteSettings(s)); }
+
+std::string Read(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+std::set<std::string> Names(const std::string& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename().string());
+  return names;
+}
+
+// What `run` writes to stderr. Through a pipe: a file would be held to the size limit too.
+std::string StderrOf(const std::function<void()>& run) {
+  int fds[2];
+  if (pipe(fds) != 0) return "(no pipe)";
+  std::fflush(stderr);
+  const int saved = dup(STDERR_FILENO);
+  dup2(fds[1], STDERR_FILENO);
+  close(fds[1]);
+  run();
+  std::fflush(stderr);
+  dup2(saved, STDERR_FILENO);
+  close(saved);
+  std::string text;
+  char buffer[4096];
+  for (ssize_t n; (n = read(fds[0], buffer, sizeof buffer)) > 0;) text.append(buffer, static_cast<size_t>(n));
+  close(fds[0]);
+  return text;
+}
+
+// Puts an environment variable back as it was at the end of the scope.
+class SavedVariable {
+ public:
+  explicit SavedVariable(const char* name) : name_(name) {
+    if (const char* value = getenv(name)) value_ = value;
+  }
+  ~SavedVariable() { value_ ? setenv(name_, value_->c_str(), 1) : unsetenv(name_); }
+
+ private:
+  const char* name_;
+  std::optional<std::string> value_;
+};
+
+TEST(PrefsStore, WithoutHomeThePasswordDatabaseTellsItAndARelativeXdgDataHomeIsIgnored) {
+  const SavedVariable xdg("XDG_DATA_HOME"), home("HOME");
+  unsetenv("HOME");
+  unsetenv("XDG_DATA_HOME");
+  const std::string passwd_home = getpwuid(getuid())->pw_dir;
+  EXPECT_EQ(Folder(), passwd_home + "/.local/share");
+  setenv("XDG_DATA_HOME", "relative/data", 1);
+  EXPECT_EQ(Folder(), passwd_home + "/.local/share");
+  setenv("HOME", "/nowhere/home", 1);
+  EXPECT_EQ(Path(), "/nowhere/home/.local/share/LumoxPrefs");
+  // The empty data folder stands in the same place.
+  myLib::AppName = "Lumox";
+  myLib::MakeBundleID();
+  myLib::MakeApplicationFolder();
+  EXPECT_EQ(myLib::ApplicationDataFolder, "/nowhere/home/.local/share/net.tallowby.Lumox");
+  setenv("XDG_DATA_HOME", "/data/home", 1);
+  EXPECT_EQ(Path(), "/data/home/LumoxPrefs");
+}
+
+// A filter that kills the process at its first rename.
+std::vector<sock_filter> DeathAtRename() {
+  std::vector<sock_filter> filter = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+  for (const unsigned call : {
+#ifdef __NR_rename
+           unsigned{__NR_rename},
+#endif
+           unsigned{__NR_renameat}, unsigned{__NR_renameat2}}) {
+    filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1));
+    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS));
+  }
+  filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+  return filter;
+}
+
+TEST(PrefsStore, ACutOffSavesFileGoesAtTheNextSaveButThatOfARunningSaveStays) {
+  ASSERT_TRUE(SavePrefsFile(DefaultSettings(1000)));
+  std::vector<sock_filter> filter = DeathAtRename();
+  const sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
+  const pid_t child = fork();
+  if (child == 0) {
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+      _exit(2);
+    SavePrefsFile(DefaultSettings(2000));
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGSYS) << status;
+  // Cut off between the write and the rename: the old file whole, the new text beside it.
+  EXPECT_EQ(Read(Path()), Text(DefaultSettings(1000)));
+  ASSERT_EQ(Names(Folder()).size(), 2u);
+
+  // Another instance halfway through its own save holds its file locked.
+  const std::string running = Path() + ".Run123";
+  const int fd = open(running.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  ASSERT_TRUE(fd >= 0 && flock(fd, LOCK_EX) == 0);
+  ASSERT_TRUE(SavePrefsFile(DefaultSettings(3000)));
+  EXPECT_EQ(Read(Path()), Text(DefaultSettings(3000)));
+  EXPECT_EQ(Names(Folder()), (std::set<std::string>{"LumoxPrefs", "LumoxPrefs.Run123"}));
+  close(fd);  // that instance is gone before its rename
+  ASSERT_TRUE(SavePrefsFile(DefaultSettings(4000)));
+  EXPECT_EQ(Names(Folder()), std::set<std::string>{"LumoxPrefs"});
+}
+
+TEST(PrefsStore, AFailedSaveSaysWhyInOneLineAndKeepsTheOldFileWhole) {
+  ASSERT_TRUE(SavePrefsFile(DefaultSettings(1000)));
+  // A disk that fills up after four bytes, for root too.
+  signal(SIGXFSZ, SIG_IGN);
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit full{4, limit.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &full);
+  bool written = true;
+  const std::string told = StderrOf([&] { written = SavePrefsFile(DefaultSettings(1440)); });
+  setrlimit(RLIMIT_FSIZE, &limit);
+  EXPECT_FALSE(written);
+  EXPECT_EQ(told, "lumox: could not save the settings to " + Path() + ": File too large\n");
+  EXPECT_EQ(Read(Path()), Text(DefaultSettings(1000)));
+  EXPECT_EQ(Names(Folder()), std::set<std::string>{"LumoxPrefs"});
+
+  fs::remove(Path());
+  fs::create_directory(Path());  // a folder where the file should be
+  EXPECT_EQ(StderrOf([] { EXPECT_FALSE(SavePrefsFile(DefaultSettings(1440))); }), "lumox: could not save the settings to " + Path() + ": Is a directory\n");
+  EXPECT_TRUE(fs::is_directory(Path()) && fs::is_empty(Path()));
+  EXPECT_EQ(Names(Folder()), std::set<std::string>{"LumoxPrefs"});
+}
+
+}  // namespace
+}  // namespace lumox
