@@ -2,10 +2,12 @@
 
 #include "display/surface_window.h"
 #include "shell/app.h"
+#include "shell/desktop_identity.h"
 #include "shell/startup_window.h"
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
+  lumox::SetDesktopIdentity();
   lumox::MainMenuBar::Instance();
   lumox::QuitOnSignals();
   // However the loop ends, the display's closing step runs (it runs once at most).
