@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Checks of what `cmake --install` and `make package` deliver, one group per call:
-#   install_test.sh files|validators|icons <build dir> <source dir> <version>
-# Everything is installed into a temporary folder that is removed afterwards.
+#   install_test.sh files|validators|package|icons <build dir> <source dir> <version>
+# Everything is installed or packaged into a temporary folder that is removed afterwards.
 set -euo pipefail
 check=$1 build=$2 source=$3 version=$4
 id=net.tallowby.Lumox
@@ -58,6 +58,31 @@ validators)
   done
   grep -q "Lumox $version" "$tmp/man.txt" || fail "the man page isn't of version $version"
   echo "desktop-file-validate, appstreamcli validate and the man page: no remarks"
+  ;;
+
+package)
+  cpack --config "$build/CPackConfig.cmake" -B "$tmp" >"$tmp/cpack.log" 2>&1 || { cat "$tmp/cpack.log"; fail "cpack"; }
+  arch=$(dpkg --print-architecture)
+  deb=$tmp/lumox_${version}_${arch}.deb
+  [ -f "$deb" ] || fail "no $(basename "$deb"): $(ls "$tmp")"
+  diff -u <({ data_files games; echo share/doc/lumox/changelog.gz; echo share/doc/lumox/copyright; } | sed 's|^|usr/|' | sort) \
+          <(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ { print $6 }' | sed 's|^\./||' | sort) ||
+    fail "the package holds other files than these (- expected, + packaged)"
+  for field in Package:lumox Version:$version Section:games Architecture:$arch; do
+    [ "$(dpkg-deb -f "$deb" "${field%%:*}")" = "${field#*:}" ] || fail "${field%%:*} is not ${field#*:}"
+  done
+  depends=$(dpkg-deb -f "$deb" Depends)
+  echo "Depends: $depends"
+  for library in libqt6core6 libqt6gui6 libqt6widgets6 libopengl0 libglu1 qt6-qpa-plugins; do
+    grep -q "$library" <<<"$depends" || fail "Depends lacks $library"
+  done
+  dpkg-deb --fsys-tarfile "$deb" | tar -xO ./usr/share/doc/lumox/changelog.gz | gzip -dc | sed -n 1p |
+    grep -q "^lumox ($version)" || fail "the changelog's last entry is not $version"
+  # One lintian run; errors and warnings fail, infos are shown.
+  lintian --display-info "$deb" >"$tmp/lintian.txt" || true
+  cat "$tmp/lintian.txt"
+  ! grep -q '^[EW]:' "$tmp/lintian.txt" || fail "lintian has errors or warnings"
+  echo "package $(basename "$deb"): files, control fields and lintian as expected"
   ;;
 
 icons)
