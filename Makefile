@@ -1,7 +1,7 @@
-# The two commands: `make run` and `make test`. Both install what is missing first.
+# The commands: `make run`, `make test`, `make package`. Each installs what is missing first.
 BUILD ?= build
 
-.PHONY: deps build run test bench clean
+.PHONY: deps build run test bench package clean
 
 deps:
 	@scripts/install-deps.sh
@@ -18,6 +18,10 @@ test: build
 
 bench: build
 	@scripts/run-bench.sh $(BUILD)
+
+# The Debian package, $(BUILD)/lumox_<version>_<arch>.deb.
+package: build
+	@cmake --build $(BUILD) --target package
 
 clean:
 	rm -rf $(BUILD)

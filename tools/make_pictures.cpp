@@ -1,10 +1,12 @@
-// Draws the two pictures that ship with Lumox: a close-up of the star field,
-// in the colours the flight itself gives its stars.
+// Draws the pictures that ship with Lumox: a close-up of the star field and the
+// program's icon, in the colours the flight itself gives its stars.
 //
 //   make_pictures <output directory>
 //
-// writes "lumox2closseup.jpeg" (start window) and "closeup" (about window,
-// JPEG data without an extension). The output is the same on every run.
+// writes "lumox2closseup.jpeg" (start window), "closeup" (about window, JPEG data
+// without an extension) and the icon in every size the desktop asks for, as
+// "icons/hicolor/<N>x<N>/apps/net.tallowby.Lumox.png". The output is the same on
+// every run.
 
 #include <QColor>
 #include <QDir>
@@ -249,8 +251,77 @@ QImage Render(const Scene& scene) {
   return image;
 }
 
-bool Save(const QImage& image, const QString& path) {
-  if (!image.save(path, "JPEG", 90)) {
+// The icon: a few stars on a black tile, seen as in the flight: the nearest large and
+// bright with a glow, the farther ones smaller and darker by the flight's depth shading.
+struct IconStar {
+  double x, y;        // place on the tile, 0..1
+  double depth;       // as in the flight, 0 (camera) to 3 (far plane)
+  double brightness;  // the star's own, 0.2..1.2
+  int fromSize;       // drawn in icons of this size and larger
+};
+
+constexpr IconStar kIconStars[] = {
+    {0.37, 0.38, 0.30, 1.10, 16},  // the near one, with its glow
+    {0.69, 0.67, 0.65, 1.15, 16},
+    {0.73, 0.26, 0.95, 1.15, 16},
+    {0.26, 0.74, 0.90, 1.10, 24},
+    {0.85, 0.50, 1.40, 1.15, 32},
+    {0.50, 0.86, 1.50, 1.10, 32},
+    {0.20, 0.20, 1.70, 1.15, 48},
+    {0.55, 0.14, 1.80, 1.10, 48},
+};
+
+QImage RenderIcon(int size) {
+  // Small icons get relatively larger stars, or they would vanish into a pixel.
+  const double scale = size / 64.0 * std::pow(64.0 / std::min(size, 64), 0.6);
+  const bool snap = size <= 32;  // whole-pixel centres keep the smallest icons crisp
+
+  QImage field(size, size, QImage::Format_RGB32);
+  field.fill(Qt::black);
+  QPainter painter(&field);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setCompositionMode(QPainter::CompositionMode_Plus);
+
+  // Faint far stars fill the larger icons; each star keeps its colour at every size.
+  std::vector<IconStar> stars(std::begin(kIconStars), std::end(kIconStars));
+  SplitMix64 placer(0x49636F6Eull);
+  for (int i = 0; i < size / 8; ++i) {
+    const double x = 0.1 + 0.8 * placer.Uniform();
+    const double y = 0.1 + 0.8 * placer.Uniform();
+    stars.push_back({x, y, 2.1 + 0.6 * placer.Uniform(), placer.Uniform() + 0.2, 64});
+  }
+
+  for (std::size_t i = 0; i < stars.size(); ++i) {
+    const IconStar& s = stars[i];
+    if (size < s.fromSize) continue;
+    SplitMix64 rng(0x5374617200ull + i);
+    const Rgb colour = StarColour(rng, s.brightness);
+    QPointF at(s.x * size, s.y * size);
+    if (snap) at = QPointF(std::floor(at.x()) + 0.5, std::floor(at.y()) + 0.5);
+    const double radius = (0.35 + 0.55 / s.depth) * scale;
+    PaintStar(painter, at, radius, colour, DepthFactor(s.depth), s.depth < 0.5);
+  }
+  painter.end();
+
+  // The tile: the field inside a rounded square, transparent around it.
+  QImage icon(size, size, QImage::Format_ARGB32);
+  icon.fill(Qt::transparent);
+  QPainter tile(&icon);
+  tile.setRenderHint(QPainter::Antialiasing);
+  tile.setPen(Qt::NoPen);
+  tile.setBrush(QBrush(field));
+  const double margin = size >= 32 ? size / 32.0 : 0.0;
+  const QRectF square(margin, margin, size - 2.0 * margin, size - 2.0 * margin);
+  tile.drawRoundedRect(square, square.width() * 0.18, square.width() * 0.18);
+  tile.end();
+  return icon;
+}
+
+constexpr int kIconSizes[] = {16, 24, 32, 48, 64, 128, 256, 512};
+
+bool Save(const QImage& image, const QString& path, const char* format = "JPEG", int quality = 90) {
+  if (!image.save(path, format, quality)) {
     std::fprintf(stderr, "make_pictures: cannot write %s\n", qPrintable(path));
     return false;
   }
@@ -277,5 +348,10 @@ int main(int argc, char** argv) {
 
   bool ok = Save(Render(start), out.filePath(QStringLiteral("lumox2closseup.jpeg")));
   ok = Save(Render(about), out.filePath(QStringLiteral("closeup"))) && ok;
+  for (const int size : kIconSizes) {
+    const QString folder = QStringLiteral("icons/hicolor/%1x%1/apps").arg(size);
+    out.mkpath(folder);
+    ok = Save(RenderIcon(size), out.filePath(folder + QStringLiteral("/net.tallowby.Lumox.png")), "PNG", -1) && ok;
+  }
   return ok ? 0 : 1;
 }

@@ -2,11 +2,13 @@
 
 #include "display/surface_window.h"
 #include "shell/app.h"
+#include "shell/desktop_identity.h"
 #include "shell/startup_window.h"
 
 int main(int argc, char** argv) {
   lumox::ExitWithoutDisplay(argc, argv);
   QApplication app(argc, argv);
+  lumox::SetDesktopIdentity();
   lumox::MainMenuBar::Instance();
   lumox::QuitOnSignals();
   lumox::RunClosingStepAtExit();

@@ -1,0 +1,103 @@
+#!/usr/bin/env bash
+# Checks of what `cmake --install` and `make package` deliver, one group per call:
+#   install_test.sh files|validators|package|icons <build dir> <source dir> <version>
+# Everything is installed or packaged into a temporary folder that is removed afterwards.
+set -euo pipefail
+check=$1 build=$2 source=$3 version=$4
+id=net.tallowby.Lumox
+sizes=(16 24 32 48 64 128 256 512)
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+
+fail() { echo "FAIL: $*" >&2; exit 1; }
+
+# The files of the program and its data, below the prefix; `bin` is where the program goes.
+data_files() {
+  local bin=$1
+  {
+    echo "$bin/lumox"
+    echo "share/applications/$id.desktop"
+    echo "share/metainfo/$id.metainfo.xml"
+    echo "share/man/man6/lumox.6.gz"
+    for s in "${sizes[@]}"; do echo "share/icons/hicolor/${s}x${s}/apps/$id.png"; done
+  } | sort
+}
+
+install_into() {
+  DESTDIR=$1 cmake --install "$build" --prefix /usr >/dev/null || fail "cmake --install failed"
+}
+
+case $check in
+files)
+  install_into "$tmp/root"
+  diff -u <(data_files bin | sed 's|^|usr/|') <(cd "$tmp/root" && find . ! -type d | sed 's|^\./||' | sort) ||
+    fail "cmake --install gave other files than these (- expected, + installed)"
+  [ -x "$tmp/root/usr/bin/lumox" ] || fail "usr/bin/lumox is not executable"
+  echo "cmake --install: the $(data_files bin | wc -l) expected files"
+  ;;
+
+validators)
+  install_into "$tmp/root"
+  share=$tmp/root/usr/share
+  out=$(desktop-file-validate "$share/applications/$id.desktop" 2>&1) || fail "desktop-file-validate: $out"
+  [ -z "$out" ] || fail "desktop-file-validate has remarks: $out"
+  # --strict fails on infos as well as warnings; validate-tree also finds the desktop entry the
+  # metainfo launches.
+  appstreamcli validate-tree --no-net --strict "$tmp/root" || fail "appstreamcli validate-tree"
+  appstreamcli validate --no-net --strict "$share/metainfo/$id.metainfo.xml" || fail "appstreamcli validate"
+  # What the validators don't cross-check: the entry's icon and command exist in the install.
+  grep -qx "Icon=$id" "$share/applications/$id.desktop" || fail "the desktop entry names another icon"
+  grep -qx "Exec=lumox" "$share/applications/$id.desktop" || fail "the desktop entry runs another command"
+  grep -q "<release version=\"$version\"" "$share/metainfo/$id.metainfo.xml" ||
+    fail "the metainfo has no release $version"
+  # The man page: renders without a groff warning and names every option.
+  warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -l "$share/man/man6/lumox.6.gz" 2>&1 >"$tmp/man.txt") || fail "man failed"
+  [ -z "$warnings" ] || fail "man page warnings: $warnings"
+  for option in "-h, --help" "-v, --version" "--go" "--window" "--screen N" "--fps"; do
+    grep -Eq -- "^ +$option( |$)" "$tmp/man.txt" || fail "the man page has no entry for $option"
+  done
+  grep -q "Lumox $version" "$tmp/man.txt" || fail "the man page isn't of version $version"
+  echo "desktop-file-validate, appstreamcli validate and the man page: no remarks"
+  ;;
+
+package)
+  cpack --config "$build/CPackConfig.cmake" -B "$tmp" >"$tmp/cpack.log" 2>&1 || { cat "$tmp/cpack.log"; fail "cpack"; }
+  arch=$(dpkg --print-architecture)
+  deb=$tmp/lumox_${version}_${arch}.deb
+  [ -f "$deb" ] || fail "no $(basename "$deb"): $(ls "$tmp")"
+  diff -u <({ data_files games; echo share/doc/lumox/changelog.gz; echo share/doc/lumox/copyright; } | sed 's|^|usr/|' | sort) \
+          <(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ { print $6 }' | sed 's|^\./||' | sort) ||
+    fail "the package holds other files than these (- expected, + packaged)"
+  for field in Package:lumox Version:$version Section:games Architecture:$arch; do
+    [ "$(dpkg-deb -f "$deb" "${field%%:*}")" = "${field#*:}" ] || fail "${field%%:*} is not ${field#*:}"
+  done
+  depends=$(dpkg-deb -f "$deb" Depends)
+  echo "Depends: $depends"
+  for library in libqt6core6 libqt6gui6 libqt6widgets6 libopengl0 libglu1 qt6-qpa-plugins; do
+    grep -q "$library" <<<"$depends" || fail "Depends lacks $library"
+  done
+  dpkg-deb --fsys-tarfile "$deb" | tar -xO ./usr/share/doc/lumox/changelog.gz | gzip -dc | sed -n 1p |
+    grep -q "^lumox ($version)" || fail "the changelog's last entry is not $version"
+  # One lintian run; errors and warnings fail, infos are shown.
+  lintian --display-info "$deb" >"$tmp/lintian.txt" || true
+  cat "$tmp/lintian.txt"
+  ! grep -q '^[EW]:' "$tmp/lintian.txt" || fail "lintian has errors or warnings"
+  echo "package $(basename "$deb"): files, control fields and lintian as expected"
+  ;;
+
+icons)
+  # The icon tool draws each size itself; the folder says which size each file must have.
+  count=0
+  for png in "$source"/resources/icons/hicolor/*/apps/*.png; do
+    folder=$(basename "$(dirname "$(dirname "$png")")")
+    info=$(file -b "$png")
+    [[ $info == "PNG image data, ${folder/x/ x }, 8-bit/color RGBA,"* ]] ||
+      fail "$png is $info, not a ${folder} RGBA PNG"
+    count=$((count + 1))
+  done
+  [ "$count" -eq ${#sizes[@]} ] || fail "$count icons, not ${#sizes[@]}"
+  echo "$count icons of the sizes their folders say"
+  ;;
+
+*) fail "unknown check $check" ;;
+esac
