@@ -38,26 +38,6 @@ QString WindowManagerName() {
   return QString::fromUtf8(read(wm, Atom(connection, "_NET_WM_NAME"), Atom(connection, "UTF8_STRING")));
 }
 
-void RequestIconic(QWindow* window) {
-  auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
-  if (!x11) {
-    window->showMinimized();
-    return;
-  }
-  xcb_connection_t* connection = x11->connection();
-  // ICCCM 4.1.4: a WM_CHANGE_STATE message with IconicState, sent to the root window.
-  xcb_client_message_event_t message{};
-  message.response_type = XCB_CLIENT_MESSAGE;
-  message.format = 32;
-  message.window = static_cast<xcb_window_t>(window->winId());
-  message.type = Atom(connection, "WM_CHANGE_STATE");
-  message.data.data32[0] = 3;
-  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-  xcb_send_event(connection, 0, root, XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                 reinterpret_cast<const char*>(&message));
-  xcb_flush(connection);
-}
-
 void SetTransientFor(QWindow* window, QWindow* parent) {
   window->setTransientParent(parent);
   auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();

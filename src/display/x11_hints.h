@@ -11,7 +11,4 @@ void SetTransientFor(QWindow* window, QWindow* parent);
 // The X11 window manager's name (_NET_WM_NAME of its check window), "" elsewhere.
 QString WindowManagerName();
 
-// Asks the window manager to iconify the window, whatever Qt believes its state to be.
-void RequestIconic(QWindow* window);
-
 }  // namespace lumox

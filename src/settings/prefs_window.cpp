@@ -140,6 +140,8 @@ wPrefs::wPrefs(QWidget* parent)
   connect(PushButton2, &QPushButton::clicked, this, &wPrefs::PushButton2_Action);
   connect(PushButton3, &QPushButton::clicked, this, &wPrefs::PushButton3_Action);
 
+  connect(qApp, &QGuiApplication::focusWindowChanged, this, &wPrefs::OnFocusWindowChanged);
+
   // The flight keys belong to this window whichever control has the focus.
   installEventFilter(this);
   for (QWidget* child : created) child->installEventFilter(this);
@@ -221,14 +223,15 @@ void wPrefs::Event_KeyDown() {
     switch (effect.kind) {
       case PrefsKeyEffect::Kind::MinimizeAndResize:
         KeepAboveDisplay(false);
-        // showMinimized() without its show, which would bring the window straight back.
-        setWindowState((windowState() & ~Qt::WindowActive) | Qt::WindowMinimized);
+        // The new size and place are asked for before the minimise, not after it: a resize
+        // that reaches the window manager after the minimise can leave the window on screen.
         setFixedSize(kPrefsEscapedWidth, kPrefsEscapedHeight);
         setGeometry(kPrefsEscapedLeft, kPrefsEscapedTop, kPrefsEscapedWidth, kPrefsEscapedHeight);
+        // showMinimized() without its show, which would bring the window straight back.
+        setWindowState((windowState() & ~Qt::WindowActive) | Qt::WindowMinimized);
         // The keys go back to the flight once the window is really gone: asked any sooner, some
         // window managers (openbox) hand the focus straight back and never iconify it.
         activate_display_when_hidden_ = true;
-        iconify_pending_ = true;
         break;
       case PrefsKeyEffect::Kind::SetTimer2Period: d->Timer2()->SetPeriod(effect.value); break;
       case PrefsKeyEffect::Kind::SetSlider4: SetQuietly(Slider4, effect.value); break;
@@ -244,13 +247,6 @@ void wPrefs::keyPressEvent(QKeyEvent* event) {
   QDialog::keyPressEvent(event);
 }
 
-void wPrefs::resizeEvent(QResizeEvent* event) {
-  QDialog::resizeEvent(event);
-  // The resize that follows the minimise can race it: some window managers then leave the window
-  // up. Once the resize has landed, a window still on screen is asked again.
-  if (iconify_pending_ && windowHandle()->isExposed()) RequestIconic(windowHandle());
-}
-
 void wPrefs::showEvent(QShowEvent* event) {
   QDialog::showEvent(event);
   windowHandle()->installEventFilter(this);  // tells when the window manager has put it away
@@ -259,12 +255,22 @@ void wPrefs::showEvent(QShowEvent* event) {
 void wPrefs::setVisible(bool visible) {
   if (visible && isVisible() && isMinimized()) setWindowState(windowState() & ~Qt::WindowMinimized);
   QDialog::setVisible(visible);
-  if (visible) KeepAboveDisplay(true);  // after the show, which clears the hint of a plain window
+}
+
+void wPrefs::OnFocusWindowChanged(QWindow* focus) {
+  // A click on the full-screen flight would bury the window: from then on it is the display's
+  // dialog, which the window manager keeps above it. Only then, so that showing and putting it
+  // away stay as plain as they are for any window.
+  const SurfaceWindow* display = SurfaceWindow::Existing();
+  if (display && focus == display->windowHandle() && isVisible() && !isMinimized()) {
+    KeepAboveDisplay(true);
+    raise();
+  }
 }
 
 void wPrefs::KeepAboveDisplay(bool above) {
-  // As the display's dialog the window manager keeps it above the full-screen flight. Put away, it
-  // is a window of its own: some managers (openbox) iconify a dialog together with its parent.
+  // Put away, it is a window of its own: some managers (openbox) iconify a dialog together with
+  // its parent.
   // Metacity stacks a dialog of a full-screen window below it, so there it stays a plain window.
   static const bool plain_only = WindowManagerName() == QStringLiteral("Metacity");
   const SurfaceWindow* display = SurfaceWindow::Instance();
@@ -278,7 +284,6 @@ bool wPrefs::eventFilter(QObject* watched, QEvent* event) {
   if (watched == windowHandle() && event->type() == QEvent::Expose && !windowHandle()->isExposed() &&
       activate_display_when_hidden_) {
     activate_display_when_hidden_ = false;
-    iconify_pending_ = false;
     SurfaceWindow::Instance()->RequestActivation();
   }
   if (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) {

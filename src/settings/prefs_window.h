@@ -56,17 +56,16 @@ class wPrefs : public QDialog {
   void changeEvent(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   void showEvent(QShowEvent* event) override;
-  void resizeEvent(QResizeEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
 
  private:
   explicit wPrefs(QWidget* parent);
   void Event_Open();
   void KeepAboveDisplay(bool above);
+  void OnFocusWindowChanged(QWindow* focus);
 
   KeysDown keys_down_;
   bool activate_display_when_hidden_ = false;
-  bool iconify_pending_ = false;
 };
 
 }  // namespace lumox
