@@ -8,6 +8,7 @@
 #include <QProxyStyle>
 #include <QScreen>
 
+#include "display/flight_options.h"
 #include "display/frame.h"
 #include "display/gl_api.h"
 #include "settings/prefs_store.h"
@@ -133,7 +134,10 @@ void SurfaceWindow::Timer1_Action() {
 
 void SurfaceWindow::Timer2_Action() { lumox::Timer2_Action(*this); }
 
-bool SurfaceWindow::Surface_Render() { return lumox::Surface_Render(*this, MesaGl()); }
+bool SurfaceWindow::Surface_Render() {
+  if (FpsShown()) return RenderWithReadout(*this, MesaGl(), fps_readout_.Frame(), MesaOverlayGl());
+  return lumox::Surface_Render(*this, MesaGl());
+}
 
 void SurfaceWindow::Event_Paint() { surface_->Render(); }
 

@@ -4,6 +4,7 @@
 #include <QTimer>
 
 #include "display/display_keys.h"
+#include "display/fps_readout.h"
 #include "display/key_glue.h"
 #include "display/opengl_surface.h"
 #include "display/sweep_timer.h"
@@ -76,6 +77,7 @@ class SurfaceWindow : public QMainWindow, public StarField {
   // within kWindowManagerEcho ms of that is its own doing.
   QElapsedTimer left_full_screen_;
   static constexpr int kWindowManagerEcho = 2000;
+  FpsReadout fps_readout_;
 };
 
 // Application.MouseCursor: an override cursor that wins over every window's own.
