@@ -43,6 +43,9 @@ class SurfaceWindow : public QMainWindow, public StarField {
   // Carries out the key handler for the keys that are down now.
   void Event_KeyDown();
 
+  // Takes the flight out of full screen as the first escape does (for a flight started windowed).
+  void StartWindowed();
+
   // The About menu item's handler: opens the about window.
   bool _About_Action(int index);
 
@@ -66,6 +69,7 @@ class SurfaceWindow : public QMainWindow, public StarField {
   SurfaceWindow();
   void Event_Open();
   void LeaveFullScreen();
+  QRect EscapedGeometry() const;
   void ShowPrefs();
 
   OpenGLSurface* surface_ = nullptr;
