@@ -8,6 +8,7 @@
 #include <QProxyStyle>
 #include <QScreen>
 
+#include "display/flight_options.h"
 #include "display/frame.h"
 #include "display/gl_api.h"
 #include "settings/prefs_store.h"
@@ -76,8 +77,11 @@ SurfaceWindow::~SurfaceWindow() {
 }
 
 void SurfaceWindow::Event_Open() {
-  const QRect screen = QGuiApplication::primaryScreen()->geometry();
-  setGeometry(0, 0, screen.width(), screen.height());
+  // Placed on its screen before it is shown, so full screen fills that one.
+  QScreen* const flight_screen = FlightScreen();
+  const QRect screen = flight_screen->geometry();
+  setScreen(flight_screen);
+  setGeometry(screen.x(), screen.y(), screen.width(), screen.height());
   show();
   menuBar()->setVisible(false);
   setWindowState(Qt::WindowFullScreen);
@@ -133,7 +137,10 @@ void SurfaceWindow::Timer1_Action() {
 
 void SurfaceWindow::Timer2_Action() { lumox::Timer2_Action(*this); }
 
-bool SurfaceWindow::Surface_Render() { return lumox::Surface_Render(*this, MesaGl()); }
+bool SurfaceWindow::Surface_Render() {
+  if (FpsShown()) return RenderWithReadout(*this, MesaGl(), fps_readout_.Frame(), MesaOverlayGl());
+  return lumox::Surface_Render(*this, MesaGl());
+}
 
 void SurfaceWindow::Event_Paint() { surface_->Render(); }
 
@@ -169,9 +176,14 @@ void SurfaceWindow::ShowPrefs() {
 void SurfaceWindow::LeaveFullScreen() {
   menuBar()->setVisible(true);
   setWindowState(windowState() & ~(Qt::WindowFullScreen | Qt::WindowMaximized));
-  setGeometry(kEscapedLeft, kEscapedTop, kEscapedWidth, kEscapedHeight);
+  setGeometry(EscapedGeometry());
   RequestActivation();
   left_full_screen_.start();
+}
+
+void SurfaceWindow::StartWindowed() {
+  escaped = true;
+  LeaveFullScreen();
 }
 
 void SurfaceWindow::changeEvent(QEvent* event) {
@@ -204,7 +216,13 @@ void SurfaceWindow::resizeEvent(QResizeEvent* event) {
   // its own maximize) is overruled while escape's geometry settles.
   const QSize escaped(kEscapedWidth, kEscapedHeight);
   if (Settling() && !(windowState() & (Qt::WindowFullScreen | Qt::WindowMaximized)) && event->size() != escaped)
-    setGeometry(kEscapedLeft, kEscapedTop, kEscapedWidth, kEscapedHeight);
+    setGeometry(EscapedGeometry());
+}
+
+QRect SurfaceWindow::EscapedGeometry() const {
+  // On the flight's screen, where full screen was.
+  const QPoint origin = FlightScreen()->geometry().topLeft();
+  return QRect(origin.x() + kEscapedLeft, origin.y() + kEscapedTop, kEscapedWidth, kEscapedHeight);
 }
 
 void SurfaceWindow::closeEvent(QCloseEvent* event) {

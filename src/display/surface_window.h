@@ -4,6 +4,7 @@
 #include <QTimer>
 
 #include "display/display_keys.h"
+#include "display/fps_readout.h"
 #include "display/key_glue.h"
 #include "display/opengl_surface.h"
 #include "display/sweep_timer.h"
@@ -42,6 +43,9 @@ class SurfaceWindow : public QMainWindow, public StarField {
   // Carries out the key handler for the keys that are down now.
   void Event_KeyDown();
 
+  // Takes the flight out of full screen as the first escape does (for a flight started windowed).
+  void StartWindowed();
+
   // The About menu item's handler: opens the about window.
   bool _About_Action(int index);
 
@@ -65,6 +69,7 @@ class SurfaceWindow : public QMainWindow, public StarField {
   SurfaceWindow();
   void Event_Open();
   void LeaveFullScreen();
+  QRect EscapedGeometry() const;
   void ShowPrefs();
 
   OpenGLSurface* surface_ = nullptr;
@@ -76,6 +81,7 @@ class SurfaceWindow : public QMainWindow, public StarField {
   // within kWindowManagerEcho ms of that is its own doing.
   QElapsedTimer left_full_screen_;
   static constexpr int kWindowManagerEcho = 2000;
+  FpsReadout fps_readout_;
 };
 
 // Application.MouseCursor: an override cursor that wins over every window's own.

@@ -70,12 +70,25 @@ Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   int fds[2];
   if (pipe(fds) != 0) throw std::runtime_error("pipe");
   const std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";
-  xvfb_ = Spawn({"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", screen, "-nolisten", "tcp"}, fds[1]);
+  std::vector<std::string> xvfb = {"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", screen, "-nolisten", "tcp"};
+  // Monitors are set before any client stays connected: the server must not reset when xrandr leaves.
+  if (!options.monitors.empty()) xvfb.push_back("-noreset");
+  xvfb_ = Spawn(xvfb, fds[1]);
   close(fds[1]);
   display_ = ":";
   for (char c; read(fds[0], &c, 1) == 1 && c != '\n';) display_ += c;
   close(fds[0]);
   if (display_ == ":") throw std::runtime_error("Xvfb did not start");
+  // Before the window manager, which reads the monitors as it starts. The first takes the
+  // screen's one output, which makes it the primary; sizes in millimetres are for 96 dpi.
+  for (size_t i = 0; i < options.monitors.size(); ++i) {
+    const QRect& a = options.monitors[i].area;
+    const auto mm = [](int pixels) { return std::to_string(pixels * 254 / 960); };
+    const std::string geometry = std::to_string(a.width()) + "/" + mm(a.width()) + "x" + std::to_string(a.height()) + "/" +
+                                 mm(a.height()) + "+" + std::to_string(a.x()) + "+" + std::to_string(a.y());
+    Shell("xrandr --setmonitor " + options.monitors[i].name + " " + geometry + (i == 0 ? " screen" : " none") +
+          " >/dev/null 2>&1");
+  }
 
   data_ = (std::filesystem::temp_directory_path() / "lumox-e2e-XXXXXX").string();
   if (!mkdtemp(data_.data())) throw std::runtime_error("mkdtemp");
@@ -93,7 +106,10 @@ Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   inotify_ = inotify_init1(IN_NONBLOCK);
   inotify_add_watch(inotify_, data_.c_str(), IN_MOVED_TO | IN_CREATE);
   stderr_ = data_ + ".stderr";
-  lumox_ = Spawn({"env", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_, LUMOX_EXE}, -1, stderr_);
+  if (!options.start_lumox) return;
+  std::vector<std::string> lumox = {"env", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_, LUMOX_EXE};
+  lumox.insert(lumox.end(), options.lumox_args.begin(), options.lumox_args.end());
+  lumox_ = Spawn(lumox, -1, stderr_);
 }
 
 Session::~Session() {

@@ -7,6 +7,7 @@
 #include <QRect>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "support/pixels.h"
 
@@ -18,6 +19,12 @@ inline constexpr char kOddPrefs[] = "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nsomet
 // The window managers the end-to-end tests run under.
 inline const char* const kWindowManagers[] = {"openbox", "xfwm4", "metacity"};
 
+// A monitor cut out of the one screen, as xrandr --setmonitor makes it; Qt names its screen so.
+struct Monitor {
+  std::string name;
+  QRect area;
+};
+
 struct SessionOptions {
   int width = 1440;
   int height = 900;
@@ -25,6 +32,9 @@ struct SessionOptions {
   std::string wm = "openbox";   // openbox, xfwm4, metacity, i3 or icewm
   // Runs on the fresh data folder before lumox starts, e.g. to put a link or a FIFO there.
   std::function<void(const std::string& folder)> prepare = {};
+  std::vector<std::string> lumox_args = {};  // after the program's name
+  std::vector<Monitor> monitors = {};        // none: one screen; the first is the primary
+  bool start_lumox = true;                   // false: the test runs lumox itself
 };
 
 // One run: a private screen managed by a real window manager, a fresh data folder (holding
@@ -74,6 +84,7 @@ class Session {
   std::string Stderr() const;
   // Kills the X server under lumox, as a crash or the end of the session does.
   void KillXServer();
+  const std::string& Display() const { return display_; }
 
  private:
   pid_t xvfb_ = -1, wm_ = -1, lumox_ = -1;
