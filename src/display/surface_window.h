@@ -49,7 +49,13 @@ class SurfaceWindow : public QMainWindow, public StarField {
   Settings CurrentSettings() const;
   void ApplySettings(const Settings& settings);
 
+ signals:
+  // The flight came on screen (mapped and not minimised: after the opening, or restored) or
+  // went off it (minimised, unmapped, closed). Sent once per change.
+  void FlightShownChanged(bool shown);
+
  protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void keyReleaseEvent(QKeyEvent* event) override;
   void changeEvent(QEvent* event) override;
@@ -60,12 +66,14 @@ class SurfaceWindow : public QMainWindow, public StarField {
   void Event_Open();
   void LeaveFullScreen();
   void ShowPrefs();
+  void UpdateFlightShown();
 
   OpenGLSurface* surface_ = nullptr;
   QTimer timer1_;
   SweepTimer timer2_;
   KeysDown keys_down_;
   bool closed_ = false;
+  bool flight_shown_ = false;
 };
 
 // Application.MouseCursor: an override cursor that wins over every window's own.
