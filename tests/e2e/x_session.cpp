@@ -19,14 +19,15 @@ namespace lumox::e2e {
 namespace {
 
 // Environment settings go first in `argv`, through env(1), which runs the program in its own place.
-pid_t Spawn(const std::vector<std::string>& argv, int keep_fd = -1) {
+pid_t Spawn(const std::vector<std::string>& argv, int keep_fd = -1, const std::string& err_path = "") {
   const pid_t pid = fork();
   if (pid != 0) return pid;
   setpgid(0, 0);
   const int null = open("/dev/null", O_RDWR);
   dup2(null, STDIN_FILENO);
   dup2(null, STDOUT_FILENO);
-  if (!getenv("E2E_VERBOSE")) dup2(null, STDERR_FILENO);
+  if (!err_path.empty()) dup2(open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+  else if (!getenv("E2E_VERBOSE")) dup2(null, STDERR_FILENO);
   for (int fd = 3; fd < 1024; ++fd)
     if (fd != keep_fd) close(fd);
   std::vector<char*> args;
@@ -49,7 +50,10 @@ void Stop(pid_t pid) {
 
 void SleepMs(int ms) { usleep(ms * 1000); }
 
-Session::Session(int width, int height, const char* prefs) {
+pid_t StartHelper(const std::vector<std::string>& argv) { return Spawn(argv); }
+void StopHelper(pid_t pid) { Stop(pid); }
+
+Session::Session(int width, int height, const char* prefs, const std::vector<std::string>& env) {
   int fds[2];
   if (pipe(fds) != 0) throw std::runtime_error("pipe");
   const std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
@@ -69,7 +73,10 @@ Session::Session(int width, int height, const char* prefs) {
   if (prefs) std::ofstream(File("LumoxPrefs"), std::ios::binary) << prefs;
   inotify_ = inotify_init1(IN_NONBLOCK);
   inotify_add_watch(inotify_, data_.c_str(), IN_MOVED_TO | IN_CREATE);
-  lumox_ = Spawn({"env", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_, LUMOX_EXE});
+  std::vector<std::string> argv{"env", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_};
+  argv.insert(argv.end(), env.begin(), env.end());
+  argv.push_back(LUMOX_EXE);
+  lumox_ = Spawn(argv, -1, getenv("E2E_VERBOSE") ? "" : data_ + ".stderr");
 }
 
 Session::~Session() {
@@ -80,6 +87,7 @@ Session::~Session() {
   std::error_code ignored;
   std::filesystem::permissions(data_, std::filesystem::perms::owner_all, ignored);
   std::filesystem::remove_all(data_, ignored);
+  std::filesystem::remove(data_ + ".stderr", ignored);
 }
 
 std::string Session::Shell(const std::string& command) const {
@@ -99,6 +107,12 @@ QImage Session::Screenshot() const {
   QImage image(QString::fromStdString(path));
   std::filesystem::remove(path);
   return image.convertToFormat(QImage::Format_RGB32);
+}
+
+std::string Session::Stderr() const {
+  std::ostringstream text;
+  text << std::ifstream(data_ + ".stderr", std::ios::binary).rdbuf();
+  return text.str();
 }
 
 std::string Session::Prefs() const {

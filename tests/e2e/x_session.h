@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QRect>
 #include <string>
+#include <vector>
 
 #include "support/pixels.h"
 
@@ -15,10 +16,10 @@ namespace lumox::e2e {
 inline constexpr char kOddPrefs[] = "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nsomething after\r\n";
 
 // One run: a private screen, a fresh data folder (holding LumoxPrefs with `prefs` if given) and
-// lumox started on them with XDG_DATA_HOME set to that folder.
+// lumox started on them with XDG_DATA_HOME set to that folder, and `env` ("NAME=value") besides.
 class Session {
  public:
-  Session(int width, int height, const char* prefs = nullptr);
+  Session(int width, int height, const char* prefs = nullptr, const std::vector<std::string>& env = {});
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -47,6 +48,10 @@ class Session {
   std::string Fly(int settle_ms = 800);
   // Client-area geometry of a window, as the window manager reports it.
   QRect Geometry(const std::string& window) const;
+  // The X display's name, e.g. ":5".
+  const std::string& Display() const { return display_; }
+  // What lumox has written to its standard error so far.
+  std::string Stderr() const;
 
  private:
   pid_t xvfb_ = -1, wm_ = -1, lumox_ = -1;
@@ -55,6 +60,10 @@ class Session {
 };
 
 void SleepMs(int ms);
+// A helper process (a bus, a mocked service, a screensaver) in its own process group, with no
+// input and its output dropped; StopHelper ends the group.
+pid_t StartHelper(const std::vector<std::string>& argv);
+void StopHelper(pid_t pid);
 inline std::string MouseTo(QPoint p) { return "mousemove " + std::to_string(p.x()) + " " + std::to_string(p.y()); }
 using testing::LitPixels;
 // Pixels that differ between two images of the same size.
