@@ -7,6 +7,7 @@
 #include <QMenuBar>
 #include <QProxyStyle>
 #include <QScreen>
+#include <QWindow>
 
 #include "display/flight_options.h"
 #include "display/frame.h"
@@ -83,6 +84,7 @@ void SurfaceWindow::Event_Open() {
   setScreen(flight_screen);
   setGeometry(screen.x(), screen.y(), screen.width(), screen.height());
   show();
+  windowHandle()->installEventFilter(this);  // its exposure tells when the flight is on screen
   menuBar()->setVisible(false);
   setWindowState(Qt::WindowFullScreen);
   SetApplicationCursor(Qt::BlankCursor);
@@ -192,6 +194,7 @@ void SurfaceWindow::changeEvent(QEvent* event) {
   if (event->type() != QEvent::WindowStateChange) return;
   const auto old_state = static_cast<QWindowStateChangeEvent*>(event)->oldState();
   const Qt::WindowStates state = windowState();
+  UpdateFlightShown();
   // The menu bar is part of this window, so it shows exactly when the window is not full screen.
   menuBar()->setVisible(!(state & Qt::WindowFullScreen));
   if ((state & Qt::WindowMinimized) && !(old_state & Qt::WindowMinimized)) {
@@ -228,7 +231,23 @@ QRect SurfaceWindow::EscapedGeometry() const {
 void SurfaceWindow::closeEvent(QCloseEvent* event) {
   // Only the quit closes the display (the window manager's close ends the run the same way).
   Event_Close();
+  UpdateFlightShown();
   QMainWindow::closeEvent(event);
+}
+
+bool SurfaceWindow::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::Expose && watched == windowHandle()) UpdateFlightShown();
+  return QMainWindow::eventFilter(watched, event);
+}
+
+void SurfaceWindow::UpdateFlightShown() {
+  // Minimised from full screen, Qt can lose the minimised state while the window manager keeps
+  // the window iconic and unmapped; so whether the window is exposed counts as well.
+  const bool shown = !closed_ && isVisible() && windowHandle() && windowHandle()->isExposed() &&
+                     !(windowState() & Qt::WindowMinimized);
+  if (shown == flight_shown_) return;
+  flight_shown_ = shown;
+  emit FlightShownChanged(shown);
 }
 
 void SurfaceWindow::keyPressEvent(QKeyEvent* event) {

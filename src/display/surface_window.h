@@ -57,7 +57,13 @@ class SurfaceWindow : public QMainWindow, public StarField {
   Settings CurrentSettings() const;
   void ApplySettings(const Settings& settings);
 
+ signals:
+  // The flight came on screen (mapped and not minimised: after the opening, or restored) or
+  // went off it (minimised, unmapped, closed). Sent once per change.
+  void FlightShownChanged(bool shown);
+
  protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void keyReleaseEvent(QKeyEvent* event) override;
   void changeEvent(QEvent* event) override;
@@ -71,6 +77,7 @@ class SurfaceWindow : public QMainWindow, public StarField {
   void LeaveFullScreen();
   QRect EscapedGeometry() const;
   void ShowPrefs();
+  void UpdateFlightShown();
 
   OpenGLSurface* surface_ = nullptr;
   QTimer timer1_;
@@ -82,6 +89,7 @@ class SurfaceWindow : public QMainWindow, public StarField {
   QElapsedTimer left_full_screen_;
   static constexpr int kWindowManagerEcho = 2000;
   FpsReadout fps_readout_;
+  bool flight_shown_ = false;
 };
 
 // Application.MouseCursor: an override cursor that wins over every window's own.

@@ -5,6 +5,7 @@
 #include "shell/app.h"
 #include "shell/command_line.h"
 #include "shell/desktop_identity.h"
+#include "shell/idle_inhibitor.h"
 #include "shell/launch.h"
 
 namespace {
@@ -35,6 +36,7 @@ int main(int argc, char** argv) {
   lumox::MainMenuBar::Instance();
   lumox::QuitOnSignals();
   lumox::RunClosingStepAtExit();
+  lumox::IdleInhibitor keep_awake;  // the screen stays awake while the flight is shown
   // However the loop ends, the display's closing step runs (it runs once at most).
   QObject::connect(&app, &QApplication::aboutToQuit, [] {
     if (auto* display = lumox::SurfaceWindow::Existing()) display->Event_Close();

@@ -66,6 +66,9 @@ std::vector<std::string> WindowManagerCommand(const std::string& wm, const std::
 
 }  // namespace
 
+pid_t StartHelper(const std::vector<std::string>& argv) { return Spawn(argv); }
+void StopHelper(pid_t pid) { Stop(pid); }
+
 Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   int fds[2];
   if (pipe(fds) != 0) throw std::runtime_error("pipe");
@@ -107,7 +110,9 @@ Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   inotify_add_watch(inotify_, data_.c_str(), IN_MOVED_TO | IN_CREATE);
   stderr_ = data_ + ".stderr";
   if (!options.start_lumox) return;
-  std::vector<std::string> lumox = {"env", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_, LUMOX_EXE};
+  std::vector<std::string> lumox = {"env", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_};
+  lumox.insert(lumox.end(), options.env.begin(), options.env.end());
+  lumox.push_back(LUMOX_EXE);
   lumox.insert(lumox.end(), options.lumox_args.begin(), options.lumox_args.end());
   lumox_ = Spawn(lumox, -1, stderr_);
 }
@@ -142,6 +147,7 @@ QImage Session::Screenshot() const {
   std::filesystem::remove(path);
   return image.convertToFormat(QImage::Format_RGB32);
 }
+
 
 std::string Session::Prefs() const {
   std::ostringstream text;

@@ -35,6 +35,7 @@ struct SessionOptions {
   std::vector<std::string> lumox_args = {};  // after the program's name
   std::vector<Monitor> monitors = {};        // none: one screen; the first is the primary
   bool start_lumox = true;                   // false: the test runs lumox itself
+  std::vector<std::string> env = {};         // "NAME=value" for lumox, besides the display's
 };
 
 // One run: a private screen managed by a real window manager, a fresh data folder (holding
@@ -95,6 +96,10 @@ class Session {
 void SleepMs(int ms);
 // Polls `done` until it holds or `ms` pass; gives whether it held.
 bool WaitFor(const std::function<bool()>& done, int ms = 10000);
+// A helper process (a bus, a mocked service, a screensaver) in its own process group, with no
+// input and its output dropped; StopHelper ends the group.
+pid_t StartHelper(const std::vector<std::string>& argv);
+void StopHelper(pid_t pid);
 inline std::string MouseTo(QPoint p) { return "mousemove " + std::to_string(p.x()) + " " + std::to_string(p.y()); }
 using testing::LitPixels;
 // Pixels that differ between two images of the same size.
