@@ -31,17 +31,17 @@ TEST(EventLoop, NoLiveStarIsBehindTheCameraWhenTheLoopWaits) {
 TEST(EventLoop, Timer2SwitchesBetweenLoopPassesAndAPeriod) {
   int fired = 0;
   SweepTimer timer([&] { ++fired; });
-  timer.SetPeriod(20);
-  testing::RunEventLoop(500);
-  EXPECT_TRUE(fired >= 15 && fired <= 30) << fired;
-
-  fired = 0;
+  QTimer wake;  // something for the loop to wake up for, every 2 ms
+  wake.start(2);
   timer.SetPeriod(-8);  // from a hand-edited file: ticks as often as the loop allows
   EXPECT_EQ(timer.Period(), 0);
-  QTimer wake;  // something for the loop to wake up for
-  wake.start(2);
   testing::RunEventLoop(300);
   EXPECT_GT(fired, 50);
+
+  fired = 0;
+  timer.SetPeriod(20);  // and no longer on every pass
+  testing::RunEventLoop(500);
+  EXPECT_TRUE(fired > 0 && fired <= 26) << fired;  // 25 periods in the time, at most
 }
 
 }  // namespace
