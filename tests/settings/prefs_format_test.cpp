@@ -1,6 +1,7 @@
 #include "settings/prefs_format.h"
 
 #include <gtest/gtest.h>
+#include <locale.h>
 
 #include <bit>
 #include <cfloat>
@@ -76,12 +77,12 @@ TEST(PrefsFormat, StrGivesTheShortestTextThatReadsBack) {
   }
 }
 
-// Well-formed numbers are checked against the C library in the fuzz test; these are the
-// prefixes it doesn't make, and exponents whose range only the digits before them decide.
+// Prefixes that aren't numbers, and exponents whose range only the digits before them decide.
 TEST(PrefsFormat, ValTakesTheLeadingNumberOrZero) {
   const std::string nines3000(3000, '9');
   const std::pair<std::string, uint64_t> cases[] = {
-      {"abc", 0}, {"-.", 0}, {"- 5", 0}, {"\n5", 0}, {"e5", 0}, {"0x1A", 0},
+      {"abc", 0}, {"-.", 0}, {"- 5", 0}, {"\n5", 0}, {"e5", 0}, {"0x1A", 0}, {"+-1", 0}, {"nan", 0}, {"-inf", 0},
+      {"+.5e1,7", 0x4014000000000000},      // 5
       {"12e", 0x4028000000000000},          // 12
       {"1e+", 0x3FF0000000000000},          // 1
       {"1e-x", 0x3FF0000000000000},         // 1
@@ -93,6 +94,31 @@ TEST(PrefsFormat, ValTakesTheLeadingNumberOrZero) {
       {"0e" + nines3000, 0},
   };
   for (const auto& [text, bits] : cases) EXPECT_EQ(Bits(Val(text)), bits) << '"' << text.substr(0, 40) << '"';
+
+  // Well-formed numbers from a fixed seed read as glibc's strtod reads them in the "C" locale,
+  // an independent, correctly rounded reader of the same grammar, up to its infinities.
+  const locale_t c_locale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
+  std::mt19937_64 rng(0x5EED0002);
+  const auto digits = [&](size_t most) {
+    std::string d(rng() % most, '0');
+    const bool zeros = rng() % 4 == 0;  // zero-heavy runs stress where overflow and underflow part
+    for (char& c : d) c = static_cast<char>('0' + (zeros && rng() % 8 ? 0 : rng() % 10));
+    return d;
+  };
+  for (int round = 0; round < 20000; ++round) {
+    const size_t most = round % 10 == 0 ? 4000 : 25;
+    std::string number = rng() % 2 ? "" : rng() % 2 ? "+" : "-";
+    number.append(digits(most)).append("7");
+    if (rng() % 2) number.append(".").append(digits(most));
+    if (rng() % 2) {
+      number.append(rng() % 2 ? "e" : "E").append(rng() % 3 == 0 ? "-" : rng() % 2 ? "+" : "");
+      number.append(std::to_string(rng() % 400)).append(digits(round % 50 ? 2 : 3000));
+    }
+    const double expected = strtod_l(number.c_str(), nullptr, c_locale);
+    const double held = std::isinf(expected) ? std::copysign(DBL_MAX, expected) : expected;
+    ASSERT_EQ(Bits(Val(number + " 1")), Bits(held)) << number.substr(0, 80);
+  }
+  freelocale(c_locale);
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ TEST(NoAllocation, ShadingSweepAndFrameAllocateNothing) {
   StarField field;
   field.StarMax = 50000;
   GenerateStars(field);
-  testing::GlRecorder recorder(&field);
+  testing::GlRecorder recorder;
   g_counting = true;
   for (int tick = 0; tick < 50; ++tick) {
     recorder.Clear();

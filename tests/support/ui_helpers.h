@@ -23,7 +23,19 @@ inline void RunEventLoop(int ms) {
   loop.exec();
 }
 
-// Runs the event loop until `done` holds or `ms` pass; gives whether it held.
+// The same, until `done` holds or `ms` pass; gives whether it held.
+inline bool RunLoopUntil(const std::function<bool()>& done, int ms = 60000) {
+  QEventLoop loop;
+  QElapsedTimer clock;
+  clock.start();
+  QTimer poll;
+  QObject::connect(&poll, &QTimer::timeout, [&] { if (done() || clock.elapsed() > ms) loop.quit(); });
+  poll.start(100);
+  loop.exec();
+  return done();
+}
+
+// Processes events until `done` holds or `ms` pass; gives whether it held.
 inline bool RunUntil(const std::function<bool()>& done, int ms = 5000) {
   QElapsedTimer clock;
   clock.start();
