@@ -5,7 +5,8 @@
 #
 #   scripts/mutate.sh [work-dir] [fault-list]
 #
-# MUTATE_CTEST_ARGS picks the tests, by default all but the end-to-end, slow and install ones;
+# MUTATE_CTEST_ARGS picks the tests, by default all but the end-to-end, slow and install ones
+# (and those of test programs it doesn't build);
 # MUTATE_TARGETS names what to build for them (default: core_tests ui_tests).
 set -u
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -14,7 +15,7 @@ list=$(realpath "${2:-$root/scripts/mutations.txt}")
 if [ -z "${DISPLAY:-}" ]; then
   exec xvfb-run -a -s "-screen 0 1920x1080x24" "$root/scripts/with-openbox.sh" "$0" "$work" "$list"
 fi
-read -r -a ctest_args <<<"${MUTATE_CTEST_ARGS:--E E2E\. -LE slow|install}"
+read -r -a ctest_args <<<"${MUTATE_CTEST_ARGS:--E E2E\.|_NOT_BUILT$ -LE slow|install}"
 tree=$work/tree
 build=$work/build
 log=$work/log

@@ -53,11 +53,6 @@ TEST(PrefsFormat, StrGivesTheShortestTextThatReadsBack) {
   // The shortest text of this single, 7.038531e-26, read as a double lands on the midpoint
   // above it and rounds up to 0x15AE43FE; the eight-digit text reads back to 0x15AE43FD.
   EXPECT_EQ(Str(std::bit_cast<float>(0x15AE43FDu)), "7.0385307e-26");
-  const float inf = std::numeric_limits<float>::infinity();
-  EXPECT_EQ(Str(inf), Str(FLT_MAX));
-  EXPECT_EQ(Str(-inf), Str(-FLT_MAX));
-  EXPECT_EQ(Str(std::numeric_limits<float>::quiet_NaN()), "0");
-
   std::vector<float> singles = {0.0f, -0.0f, FLT_MAX, -FLT_MAX, FLT_MIN, FLT_TRUE_MIN, -FLT_TRUE_MIN};
   for (int v = 2; v <= 1000; ++v) singles.push_back(static_cast<float>(v) / 10000.0f);
   std::mt19937_64 rng(20240611);
@@ -87,8 +82,8 @@ TEST(PrefsFormat, ValTakesTheLeadingNumberOrZero) {
       {"1e+", 0x3FF0000000000000},          // 1
       {"1e-x", 0x3FF0000000000000},         // 1
       {" \t-3.25xyz", 0xC00A000000000000},  // -3.25
-      {"1" + std::string(400, '0') + "e-50", 0x7FEFFFFFFFFFFFFF},      // 1e350 overflows
-      {"-0." + std::string(500, '0') + "1e+100", 0x8000000000000000},  // -1e-401 underflows
+      {std::string("1").append(400, '0') + "e-50", 0x7FEFFFFFFFFFFFFF},      // 1e350 overflows
+      {std::string("-0.").append(500, '0') + "1e+100", 0x8000000000000000},  // -1e-401 underflows
       {"1e" + nines3000, 0x7FEFFFFFFFFFFFFF},
       {"1e-" + nines3000, 0},
       {"0e" + nines3000, 0},
