@@ -23,7 +23,7 @@ TEST(EventLoop, NoLiveStarIsBehindTheCameraWhenTheLoopWaits) {
   });
   QElapsedTimer clock;
   clock.start();
-  EXPECT_TRUE(testing::RunLoopUntil([&] { return w->CameraZ < start_z - 1.0f; }));  // 20 frames of 0.05
+  EXPECT_TRUE(testing::RunUntil([&] { return w->CameraZ < start_z - 1.0f; }));  // 20 frames of 0.05
   QObject::disconnect(hook);
   EXPECT_LT(passes, clock.elapsed() / 2);  // the loop sleeps rather than spinning
   EXPECT_EQ(behind, 0);
@@ -36,7 +36,7 @@ TEST(EventLoop, Timer2SwitchesBetweenLoopPassesAndAPeriod) {
   wake.start(2);
   timer.SetPeriod(-8);  // from a hand-edited file: ticks as often as the loop allows
   EXPECT_EQ(timer.Period(), 0);
-  EXPECT_TRUE(testing::RunLoopUntil([&] { return fired > 50; }));
+  EXPECT_TRUE(testing::RunUntil([&] { return fired > 50; }));
 
   fired = 0;
   timer.SetPeriod(20);  // and no longer on every pass

@@ -20,8 +20,9 @@ std::array<int, 5> Sliders(wPrefs* w) {
 
 TEST(PrefsWindow, LaidOutAsDesigned) {
   wPrefs* w = wPrefs::Instance();
+  EXPECT_EQ(w->geometry(), QRect(10, 50, 411, 214));  // as asked of the window manager
   EXPECT_EQ(w->windowTitle(), "Settings");
-  EXPECT_EQ(w->minimumSize(), w->maximumSize());  // its place and size are checked on screen (PrefsE2E)
+  EXPECT_EQ(w->minimumSize(), w->maximumSize());
   const Qt::WindowFlags wanted =
       Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowMinimizeButtonHint;
   EXPECT_EQ(w->windowFlags() & wanted, wanted);
@@ -106,7 +107,7 @@ TEST(PrefsWindow, EachSliderWritesItsFieldAndTouchesNoStar) {
 
 TEST(PrefsWindow, LoadingTheSlidersWritesNoField) {
   SurfaceWindow* d = SurfaceWindow::Instance();
-  d->Speed = testing::FromBits(0x3AD1B717u);     // SpeedFromSlider(16): comes back as 15
+  d->Speed = testing::FromBits(0x3C816F00u);     // SpeedFromSlider(158): comes back as 157
   d->StarSize = testing::FromBits(0x3FB33333u);  // StarSizeFromSlider(14): comes back as 13
   d->Rotn = 3000;                                // beyond the slider
   d->StarMax = 100;
@@ -116,9 +117,9 @@ TEST(PrefsWindow, LoadingTheSlidersWritesNoField) {
   wPrefs* w = wPrefs::Instance();
   EXPECT_TRUE(d->ini_file_changed);
   EXPECT_EQ(std::tuple(Bits(d->Speed), Bits(d->StarSize), d->Rotn, d->ColourSpread, d->StarMax, d->Timer2()->Period()),
-            std::tuple(0x3AD1B717u, 0x3FB33333u, 3000, -7, 100, 7));
+            std::tuple(0x3C816F00u, 0x3FB33333u, 3000, -7, 100, 7));
   // The truncated integers, held to each slider's range by the slider.
-  EXPECT_EQ(Sliders(w), (std::array{15, 100, 50, 2000, 13}));
+  EXPECT_EQ(Sliders(w), (std::array{157, 100, 50, 2000, 13}));
 
   // Becoming the active window loads what changed meanwhile. A key whose release went to the
   // display while it was in front no longer counts as down here.

@@ -7,7 +7,6 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QScreen>
-#include <QThread>
 #include <QTimer>
 #include <cstdint>
 #include <functional>
@@ -24,27 +23,15 @@ inline void RunEventLoop(int ms) {
 }
 
 // The same, until `done` holds or `ms` pass; gives whether it held.
-inline bool RunLoopUntil(const std::function<bool()>& done, int ms = 60000) {
+inline bool RunUntil(const std::function<bool()>& done, int ms = 60000) {
   QEventLoop loop;
   QElapsedTimer clock;
   clock.start();
   QTimer poll;
   QObject::connect(&poll, &QTimer::timeout, [&] { if (done() || clock.elapsed() > ms) loop.quit(); });
-  poll.start(100);
+  poll.start(20);
   loop.exec();
   return done();
-}
-
-// Processes events until `done` holds or `ms` pass; gives whether it held.
-inline bool RunUntil(const std::function<bool()>& done, int ms = 5000) {
-  QElapsedTimer clock;
-  clock.start();
-  while (!done()) {
-    if (clock.elapsed() > ms) return false;
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    QThread::msleep(5);
-  }
-  return true;
 }
 
 // A press and release of `key`, delivered where the platform would: to the focus widget.
