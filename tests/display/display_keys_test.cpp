@@ -2,12 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
-#include <cstdint>
-#include <initializer_list>
 #include <limits>
 
 #include "starfield/star_field.h"
+#include "support/scripted_numbers.h"
 
 namespace lumox {
 namespace {
@@ -17,7 +15,7 @@ using Effects = std::vector<DisplayKeyEffect>;
 
 KeySet Keys(std::initializer_list<int> codes) { KeySet k; for (int c : codes) k.set(c); return k; }
 
-uint32_t Bits(float f) { return std::bit_cast<uint32_t>(f); }
+using testing::Bits;
 
 constexpr uint32_t kFloorBits = 0x3951B717;    // single nearest 0.0002
 constexpr uint32_t kCeilingBits = 0x3DCCCCCD;  // single nearest 0.1

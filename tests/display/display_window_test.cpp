@@ -1,82 +1,72 @@
-// The display window's opening and closing against a fresh settings folder per test process.
+// The display window's opening, keys and closing against an empty settings folder.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <csignal>
 
-#include <QDir>
-#include <QFile>
-#include <QGuiApplication>
+#include <QFileInfo>
 #include <QMenuBar>
-#include <QScreen>
 
 #include "display/surface_window.h"
 #include "settings/prefs_store.h"
+#include "support/scripted_numbers.h"
+#include "support/ui_helpers.h"
 
 namespace lumox {
 namespace {
 
-void WritePrefs(const QByteArray& text) {
-  QDir().mkpath(ApplicationDataFolder());
-  QFile file(PrefsFilePath());
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
-}
+using testing::Bits;
 
-QByteArray ReadPrefs() {
-  QFile file(PrefsFilePath());
-  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-TEST(DisplayWindow, FirstOpeningTakesTheScreenWithTheDefaults) {
-  ASSERT_FALSE(QFile::exists(PrefsFilePath()));
+TEST(DisplayWindow, FirstOpeningTakesTheScreenWithItsDefaults) {
+  const testing::ScreenDefaults* row = testing::DefaultsForThisScreen();
+  SKIP_UNLESS_SCREEN_IN_TABLE(row);
   SurfaceWindow* w = SurfaceWindow::Instance();
-  const QSize screen = QGuiApplication::primaryScreen()->size();
   EXPECT_TRUE(w->isFullScreen() && !w->menuBar()->isVisible());
+  EXPECT_EQ(testing::AppCursor(), Qt::BlankCursor);
   ASSERT_NE(QGuiApplication::overrideCursor(), nullptr);
-  EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::BlankCursor);
-  EXPECT_EQ(w->cursor().shape(), Qt::ArrowCursor);
   EXPECT_TRUE(w->ini_file_changed && !w->escaped);
-  EXPECT_EQ(w->StarSize, DefaultStarSize(screen.width()));
-  EXPECT_EQ(w->StarMax, 15 * screen.width());
+  EXPECT_EQ(std::tuple(w->Rotn, Bits(w->Speed), w->ColourSpread, Bits(w->StarSize), w->StarMax),
+            std::tuple(35, 0x3B656042u, 170, row->star_size_bits, row->star_max));
   EXPECT_EQ(w->Timer2()->Period(), 0);
-  EXPECT_TRUE(w->Timer1()->interval() == 30 && w->Timer1()->timerType() == Qt::PreciseTimer);
-  // The opening's own refresh drew one frame from CameraZ 0.
-  EXPECT_EQ(w->CameraZ, -kDefaultSpeed);
-  EXPECT_TRUE(w->Star[w->StarMax].brightness > 0.0f && w->Star[w->StarMax + 1].brightness == 0.0f);
+  EXPECT_EQ(w->Timer1()->interval(), 30);
+  EXPECT_EQ(w->CameraZ, -kDefaultSpeed);  // the opening's own refresh drew one frame from 0
+  EXPECT_GT(w->Star[row->star_max].brightness, 0.0f);
+  if (row->star_max < kStarUpperBound) {
+    EXPECT_EQ(w->Star[row->star_max + 1].brightness, 0.0f);
+  }
 
-  w->Event_Close();  // the defaults, Rotn 35, Speed 0.0035 and ColourSpread 170 among them
-  EXPECT_EQ(ReadPrefs(), QByteArray("35\n0.0035\n170\n") + QByteArray::number(w->StarSize) + "\n" +
-                             QByteArray::number(static_cast<qlonglong>(w->StarMax)) + "\n");
-  // The closing step runs once: a second call finds nothing more to do.
-  QFile::remove(PrefsFilePath());
   w->Event_Close();
-  EXPECT_FALSE(QFile::exists(PrefsFilePath()));
+  EXPECT_EQ(testing::ReadPrefs(), row->file);
+  QFile::remove(testing::PrefsPath());
+  w->Event_Close();  // the closing step runs once
+  EXPECT_FALSE(QFile::exists(testing::PrefsPath()));
 }
 
 TEST(DisplayWindow, AFilesValuesAreTakenAsTheyStandButTheStarCountIsHeld) {
-  WritePrefs("3000\n0.1\n-7\n15\n90000\n");
+  ASSERT_TRUE(testing::WritePrefs("3000\n0.1\n-7\n15\n90000\n"));
   SurfaceWindow* w = SurfaceWindow::Instance();
   EXPECT_FALSE(w->ini_file_changed);
   EXPECT_TRUE(w->Rotn == 3000 && w->Speed == 0.1f && w->ColourSpread == -7 && w->StarSize == 15.0f);
   EXPECT_EQ(w->StarMax, 50000);
   EXPECT_EQ(w->Timer2()->Period(), 20);
+  testing::Press(w, Qt::Key_Up);
+  testing::Press(w, Qt::Key_Left);
   w->Event_Close();  // the file was present and the settings window never opened
-  EXPECT_EQ(ReadPrefs(), QByteArray("3000\n0.1\n-7\n15\n90000\n"));
+  EXPECT_EQ(testing::ReadPrefs(), "3000\n0.1\n-7\n15\n90000\n");
 }
 
 TEST(DisplayWindow, AFileThatCannotBeOpenedGivesTheDefaultsAndIsLeftAlone) {
-  QDir().mkpath(PrefsFilePath());  // a folder where the file should be
+  QDir().mkpath(testing::PrefsPath());  // a folder where the file should be
   SurfaceWindow* w = SurfaceWindow::Instance();
   EXPECT_FALSE(w->ini_file_changed);
-  EXPECT_EQ(w->Rotn, 35);
-  EXPECT_EQ(w->StarMax, DefaultStarMax(QGuiApplication::primaryScreen()->size().width()));
+  EXPECT_TRUE(w->Rotn == 35 && w->ColourSpread == 170 && w->Speed == kDefaultSpeed);
   w->Event_Close();
   EXPECT_FALSE(SavePrefsFile(w->CurrentSettings()));  // a folder in the way costs only the write
-  EXPECT_TRUE(QFileInfo(PrefsFilePath()).isDir());
+  EXPECT_TRUE(QFileInfo(testing::PrefsPath()).isDir());
 }
 
 TEST(DisplayWindow, AFailedWriteKeepsTheOldFileWhole) {
-  WritePrefs("1\n0.01\n100\n1\n100\n");
+  ASSERT_TRUE(testing::WritePrefs("1\n0.01\n100\n1\n100\n"));
   // A disk that fills up after four bytes, for root too.
   signal(SIGXFSZ, SIG_IGN);
   rlimit limit{};
@@ -86,8 +76,32 @@ TEST(DisplayWindow, AFailedWriteKeepsTheOldFileWhole) {
   const bool written = SavePrefsFile(DefaultSettings(1440));
   setrlimit(RLIMIT_FSIZE, &limit);
   EXPECT_FALSE(written);
-  EXPECT_EQ(ReadPrefs(), QByteArray("1\n0.01\n100\n1\n100\n"));
-  EXPECT_EQ(QDir(ApplicationDataFolder()).entryList(QDir::Files), QStringList{"LumoxPrefs"});
+  EXPECT_EQ(testing::ReadPrefs(), "1\n0.01\n100\n1\n100\n");
+  EXPECT_EQ(QDir(qEnvironmentVariable("XDG_DATA_HOME")).entryList(QDir::Files), QStringList{"LumoxPrefs"});
+}
+
+TEST(DisplayWindow, KeysSteerTheFlightAndEscapeLeavesFullScreenOnce) {
+  SurfaceWindow* w = SurfaceWindow::Instance();
+  w->StarMax = 50000;
+  w->Speed = 0.1f;
+  w->Timer2()->SetPeriod(7);
+  testing::Press(w, Qt::Key_Down);  // ~0.0975: 19.5 before truncation
+  EXPECT_EQ(w->Timer2()->Period(), 19);
+  testing::Press(w, Qt::Key_Up);
+  EXPECT_EQ(std::pair(Bits(w->Speed), w->Timer2()->Period()), std::pair(0x3DCCCCCDu, int64_t{20}));
+  testing::Press(w, Qt::Key_Left);
+  testing::Press(w, Qt::Key_Left);
+  testing::Press(w, Qt::Key_Right);
+  EXPECT_EQ(w->Rotn, 15);
+
+  // Geometry is read straight after each key, before the window manager has a say.
+  testing::Press(w, Qt::Key_Escape);
+  EXPECT_TRUE(w->escaped && w->menuBar()->isVisible() && !w->isFullScreen());
+  EXPECT_EQ(w->geometry(), QRect(20, 50, 600, 400));
+  w->setGeometry(120, 140, 500, 300);  // where the user puts it, a second escape leaves it
+  testing::Press(w, Qt::Key_Escape);
+  EXPECT_EQ(w->geometry(), QRect(120, 140, 500, 300));
+  EXPECT_TRUE(w->escaped && !w->isFullScreen());
 }
 
 }  // namespace

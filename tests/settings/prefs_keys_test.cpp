@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
-#include <cstdint>
-#include <initializer_list>
-
 #include "starfield/star_field.h"
 
 namespace lumox {

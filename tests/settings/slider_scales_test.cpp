@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cstdint>
 #include <tuple>
-#include <vector>
 
 #include "starfield/star_field.h"
 

@@ -1,17 +1,17 @@
 // The start window, the about window, the menu tree and the data folder, as built.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <QDesktopServices>
+#include <QDir>
 #include <QMouseEvent>
 #include <QGuiApplication>
 #include <QMenuBar>
 
 #include "display/surface_window.h"
-#include "settings/prefs_store.h"
 #include "shell/about_window.h"
 #include "shell/app.h"
-#include "shell/my_lib.h"
-#include "shell/pictures.h"
 #include "shell/startup_window.h"
 #include "support/ui_helpers.h"
 
@@ -39,7 +39,6 @@ QColor TextColour(const QLabel* label) { return label->palette().color(QPalette:
 
 TEST(ShellWindows, StartWindowAsDesigned) {
   wStartup* w = wStartup::Instance();
-  EXPECT_EQ(wStartup::Instance(), w);
   EXPECT_EQ(w->minimumSize(), w->maximumSize());  // fixed size; title, size, GO by Return are in ShellE2E
   EXPECT_FALSE(w->windowFlags() & (Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint));
 
@@ -49,47 +48,35 @@ TEST(ShellWindows, StartWindowAsDesigned) {
                                   {231, 392, 80, 20}, {139, 392, 80, 20}}));
   EXPECT_EQ(QStringList({w->Label1->text(), w->Label3->text(), w->PushButton1->text(), w->PushButton2->text()}),
             QStringList({"Lumox", "tallowby.net", "GO", "Quit"}));
-  EXPECT_EQ(w->Label2->text().split('\n').size(), 4);
-  EXPECT_TRUE(w->Label2->text().startsWith("When running, press <esc> to stop full screen, \ns for settings"));
+  EXPECT_EQ(w->Label2->text(), "When running, press <esc> to stop full screen, \ns for settings, left and right arrow "
+                               "keys to \nchange rotation, up arrow to increase speed, \ndown arrow to slow down.");
   EXPECT_TRUE(TextColour(w->Label1) == QColor(0x66, 0xFF, 0x66) && TextColour(w->Label3) == TextColour(w->Label1));
   EXPECT_EQ(TextColour(w->Label2), QColor(Qt::black));
   EXPECT_TRUE(w->Label1->font().bold() && !w->Label3->font().bold());
   EXPECT_EQ(w->Label1->font().pixelSize(), 50);
   EXPECT_EQ(w->Label1->alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);
-  // The data folder itself, made empty at the opening, is checked in ShellE2E.
-  EXPECT_EQ(myLib::PrefsFile, ApplicationDataFolder() + "/net.tallowby.Lumox/LumoxPrefs");
-  EXPECT_EQ(std::bit_cast<uint64_t>(myLib::pi), 0x400921FB54442D18u);
-  EXPECT_EQ(myLib::green, QColor(0, 170, 0, 0));
+  EXPECT_TRUE(w->PushButton1->isDefault() && !w->PushButton2->isDefault());
+  const QDir data(qEnvironmentVariable("XDG_DATA_HOME") + "/net.tallowby.Lumox");
+  EXPECT_TRUE(data.exists() && data.isEmpty());
 
-  // The picture fills the canvas, dark in its lower part.
-  ASSERT_FALSE(StartPicture().isNull());
+  // The picture is painted over the whole canvas.
   QImage canvas(300, 300, QImage::Format_RGB32);
   canvas.fill(Qt::red);
   w->Canvas1->render(&canvas);
-  long red = 0, lower_light = 0;
-  for (int y = 0; y < 300; ++y)
-    for (int x = 0; x < 300; ++x) {
-      red += canvas.pixel(x, y) == qRgb(255, 0, 0);
-      if (y >= 200) lower_light += qGray(canvas.pixel(x, y));
-    }
-  EXPECT_EQ(red, 0);  // every pixel painted
-  EXPECT_LT(lower_light / (300 * 100), 20);  // dark enough under the pale green title
+  const auto* pixels = reinterpret_cast<const QRgb*>(canvas.constBits());
+  EXPECT_EQ(std::count(pixels, pixels + 300 * 300, qRgb(255, 0, 0)), 0);
 }
 
-TEST(ShellWindows, MenuTreeAndWhichItemsAct) {
+TEST(ShellWindows, MenuTreeAndItsShortcuts) {
+  SurfaceWindow* display = SurfaceWindow::Instance();
   MainMenuBar& bar = MainMenuBar::Instance();
   QStringList items;
   for (QMenu* menu : {&bar.ApplicationMenu, &bar.EditMenu})
-    for (QAction* a : QList<QAction*>{menu->menuAction()} + menu->actions()) items << (a->isSeparator() ? "-" : a->text());
-  EXPECT_EQ(items, QStringList({"&File", "About Lumox", "&Quit", "&Edit", "&Undo", "-", "Cu&t", "&Copy", "&Paste",
-                                "&Delete", "-", "Select &All"}));
-  for (QAction* a : bar.EditMenu.actions()) EXPECT_FALSE(a->isEnabled() && !a->isSeparator()) << a->text().toStdString();
-  // About has no handler until the display window binds it.
-  EXPECT_FALSE(bar.About->isEnabled());
-  wStartup::Instance();
-  EXPECT_FALSE(bar.About->isEnabled());
-  SurfaceWindow* display = SurfaceWindow::Instance();
-  EXPECT_TRUE(bar.About->isEnabled());
+    for (QAction* a : QList<QAction*>{menu->menuAction()} + menu->actions())
+      items << (a->isSeparator() ? "-" : a->text() + " " + a->shortcut().toString() + (a->isEnabled() ? "" : " off"));
+  EXPECT_EQ(items, QStringList({"&File ", "About Lumox ", "&Quit Ctrl+Q", "&Edit ", "&Undo Ctrl+Z off", "-",
+                                "Cu&t Ctrl+X off", "&Copy Ctrl+C off", "&Paste Ctrl+V off", "&Delete  off", "-",
+                                "Select &All Ctrl+A off"}));
   EXPECT_EQ(display->menuBar()->actions().size(), 2);
 }
 
@@ -107,7 +94,7 @@ TEST(ShellWindows, AboutWindowOverTheFlight) {
   EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::ArrowCursor);
 
   EXPECT_EQ(about->Canvas1->geometry(), QRect(5, 5, 290, 270));
-  EXPECT_EQ(about->Canvas1->pixmap().size(), QSize(290, 270));
+  EXPECT_FALSE(about->Canvas1->pixmap().isNull());
   const struct { QLabel* label; QRect rect; const char* text; } labels[] = {
       {about->Label1, {0, 20, 300, 103}, "Lumox v1"},
       {about->Label2, {0, 118, 300, 54}, "drift through space"},
@@ -126,7 +113,10 @@ TEST(ShellWindows, AboutWindowOverTheFlight) {
       EXPECT_LT(order.indexOf(labels[i - 1].label), order.indexOf(labels[i].label)) << i;
     }
   }
-  EXPECT_LE(about->Label1->font().pixelSize(), 65);
+  // 65 points, or as near as lets the title fit its label.
+  const QFont title = about->Label1->font();
+  EXPECT_TRUE(title.pixelSize() > 40 && title.pixelSize() <= 65) << title.pixelSize();
+  EXPECT_LE(QFontMetrics(title).horizontalAdvance(about->Label1->text()), 300);
   EXPECT_TRUE(about->Label2->font().italic() && !about->Label3->font().italic());
 
   // The same window comes back while it is open.
@@ -134,7 +124,8 @@ TEST(ShellWindows, AboutWindowOverTheFlight) {
   EXPECT_EQ(wAbout::Existing(), about);
 
   about->close();
-  EXPECT_TRUE(testing::RunUntil([] { return wAbout::Existing() == nullptr; }));
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  EXPECT_EQ(wAbout::Existing(), nullptr);
   EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::BlankCursor);
   EXPECT_TRUE(display->escaped);
   // A fresh one opens at its place again.

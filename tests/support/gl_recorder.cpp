@@ -5,13 +5,13 @@ namespace {
 GlRecorder* g_recorder = nullptr;
 }
 
-GlRecorder::GlRecorder(const StarField* field) : field_(field) {
+GlRecorder::GlRecorder() {
   calls_.reserve(2 * kStarUpperBound + 14);  // the largest frame
   g_recorder = this;
 }
 
 void GlRecorder::Record(std::string_view name, double a, double b, double c, double d) {
-  g_recorder->calls_.push_back({name, {a, b, c, d}, g_recorder->field_->CameraZ});
+  g_recorder->calls_.push_back({name, {a, b, c, d}});
 }
 
 const GlApi& GlRecorder::Api() const {

@@ -1,6 +1,6 @@
 #pragma once
-// A GL table that records each call, its arguments and the camera's z at the moment of the call,
-// into storage reserved up front, so recording a frame allocates nothing.
+// A GL table that records each call and its arguments into storage reserved up front, so
+// recording a frame allocates nothing.
 #include <array>
 #include <string_view>
 #include <vector>
@@ -14,13 +14,12 @@ namespace lumox::testing {
 struct GlCall {
   std::string_view name;
   std::array<double, 4> args{};
-  float camera_z = 0.0f;
-  friend bool operator==(const GlCall& a, const GlCall& b) { return a.name == b.name && a.args == b.args; }
+  friend bool operator==(const GlCall&, const GlCall&) = default;
 };
 
 class GlRecorder {
  public:
-  explicit GlRecorder(const StarField* field);
+  GlRecorder();
   const GlApi& Api() const;
   // The readout's calls, recorded into the same list.
   const OverlayGlApi& OverlayApi() const;
@@ -29,7 +28,6 @@ class GlRecorder {
 
  private:
   static void Record(std::string_view name, double a = 0, double b = 0, double c = 0, double d = 0);
-  const StarField* field_;
   std::vector<GlCall> calls_;
 };
 
