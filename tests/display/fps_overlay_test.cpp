@@ -26,12 +26,12 @@ StarField TwoStars() {
 
 TEST(FpsOverlay, TheReadoutComesAfterTheFrameWhoseCallsAndCameraStayAsTheyAre) {
   StarField plain_field = TwoStars();
-  GlRecorder plain(&plain_field);
+  GlRecorder plain;
   EXPECT_FALSE(Surface_Render(plain_field, plain.Api()));
   const std::vector<GlCall> frame = plain.Calls();
 
   StarField field = TwoStars();
-  GlRecorder recorder(&field);
+  GlRecorder recorder;
   const unsigned char pixels[3 * 2 * 4] = {};
   EXPECT_FALSE(RenderWithReadout(field, recorder.Api(), {3, 2, pixels}, recorder.OverlayApi()));
   ASSERT_EQ(recorder.Calls().size(), frame.size() + 6);
