@@ -6,8 +6,8 @@
 #   scripts/mutate.sh [work-dir] [fault-list]
 #
 # MUTATE_CTEST_ARGS picks the tests, by default all but the end-to-end, slow and install ones
-# (and those of test programs it doesn't build);
-# MUTATE_TARGETS names what to build for them (default: core_tests ui_tests).
+# (and those of test programs it doesn't build); MUTATE_TARGETS names what to build for them
+# (default: core_tests ui_tests). MUTATE_CTEST_ARGS= MUTATE_TARGETS=all runs every test.
 set -u
 root=$(cd "$(dirname "$0")/.." && pwd)
 work=$(realpath -m "${1:-$root/build-mutate}")
@@ -15,7 +15,7 @@ list=$(realpath "${2:-$root/scripts/mutations.txt}")
 if [ -z "${DISPLAY:-}" ]; then
   exec xvfb-run -a -s "-screen 0 1920x1080x24" "$root/scripts/with-openbox.sh" "$0" "$work" "$list"
 fi
-read -r -a ctest_args <<<"${MUTATE_CTEST_ARGS:--E E2E\.|_NOT_BUILT$ -LE slow|install}"
+read -r -a ctest_args <<<"${MUTATE_CTEST_ARGS--E E2E\.|_NOT_BUILT$ -LE slow|install}"
 tree=$work/tree
 build=$work/build
 log=$work/log
@@ -71,7 +71,7 @@ revert() {
 trap 'revert; exit 130' INT TERM
 trap revert EXIT
 
-read -r -a targets <<<"${MUTATE_TARGETS:-core_tests ui_tests}"
+read -r -a targets <<<"${MUTATE_TARGETS-core_tests ui_tests}"
 build_and_test() {
   cmake --build "$build" --target "${targets[@]}" >"$1.build" 2>&1 || return 2
   ctest --test-dir "$build" --timeout 120 --stop-on-failure "${ctest_args[@]}" >"$1.test" 2>&1 || return 1
