@@ -218,7 +218,7 @@ void SurfaceWindow::resizeEvent(QResizeEvent* event) {
   // A window manager that gives the window back the size it had before full screen (or before
   // its own maximize) is overruled while escape's geometry settles.
   const QSize escaped(kEscapedWidth, kEscapedHeight);
-  if (Settling() && !(windowState() & (Qt::WindowFullScreen | Qt::WindowMaximized)) && event->size() != escaped)
+  if (event->spontaneous() && Settling() && !(windowState() & (Qt::WindowFullScreen | Qt::WindowMaximized)) && event->size() != escaped)
     setGeometry(EscapedGeometry());
 }
 
