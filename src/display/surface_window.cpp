@@ -133,7 +133,9 @@ void SurfaceWindow::Timer1_Action() {
 
 void SurfaceWindow::Timer2_Action() { lumox::Timer2_Action(*this); }
 
-bool SurfaceWindow::Surface_Render() { return lumox::Surface_Render(*this, MesaGl()); }
+bool SurfaceWindow::Surface_Render() {
+  return lumox::Surface_Render(*this, MesaGl(), surface_->devicePixelRatio());
+}
 
 void SurfaceWindow::Event_Paint() { surface_->Render(); }
 
