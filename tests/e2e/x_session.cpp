@@ -93,7 +93,11 @@ Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   inotify_ = inotify_init1(IN_NONBLOCK);
   inotify_add_watch(inotify_, data_.c_str(), IN_MOVED_TO | IN_CREATE);
   stderr_ = data_ + ".stderr";
-  lumox_ = Spawn({"env", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_, LUMOX_EXE}, -1, stderr_);
+  // Without the Wayland display of a desktop the tests may run on, Qt takes this X server.
+  std::vector<std::string> command = {"env", "-u", "WAYLAND_DISPLAY", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_};
+  command.insert(command.end(), options.env.begin(), options.env.end());
+  command.push_back(LUMOX_EXE);
+  lumox_ = Spawn(command, -1, stderr_);
 }
 
 Session::~Session() {

@@ -7,6 +7,7 @@
 #include <QRect>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "support/pixels.h"
 
@@ -25,6 +26,8 @@ struct SessionOptions {
   std::string wm = "openbox";   // openbox, xfwm4, metacity, i3 or icewm
   // Runs on the fresh data folder before lumox starts, e.g. to put a link or a FIFO there.
   std::function<void(const std::string& folder)> prepare = {};
+  // More of lumox's environment, as NAME=value, e.g. QT_SCALE_FACTOR=2.
+  std::vector<std::string> env = {};
 };
 
 // One run: a private screen managed by a real window manager, a fresh data folder (holding
