@@ -170,6 +170,18 @@ void SurfaceWindow::ShowPrefs() {
 
 void SurfaceWindow::LeaveFullScreen() {
   menuBar()->setVisible(true);
+  if (QGuiApplication::platformName().startsWith(QStringLiteral("wayland"))) {
+    // A Wayland compositor sizes a window it has mapped (a tiling one keeps it in its tile, others
+    // give back the size before full screen) and places every window itself. A window mapped
+    // anew with a fixed size is laid out as a floating one of that size, whatever the compositor.
+    hide();
+    setWindowState(Qt::WindowNoState);
+    setFixedSize(kEscapedWidth, kEscapedHeight);
+    show();
+    fixed_for_map_ = true;
+    RequestActivation();
+    return;
+  }
   setWindowState(windowState() & ~(Qt::WindowFullScreen | Qt::WindowMaximized));
   setGeometry(kEscapedLeft, kEscapedTop, kEscapedWidth, kEscapedHeight);
   RequestActivation();
@@ -179,6 +191,12 @@ void SurfaceWindow::LeaveFullScreen() {
 void SurfaceWindow::changeEvent(QEvent* event) {
   QMainWindow::changeEvent(event);
   if (event->type() == QEvent::ActivationChange && !isActiveWindow()) keys_down_.Clear();  // releases go elsewhere
+  if (event->type() == QEvent::ActivationChange && isActiveWindow() && fixed_for_map_) {
+    // Mapped and laid out: from here on the user may resize it again.
+    fixed_for_map_ = false;
+    setMinimumSize(64, 64);
+    setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+  }
   if (event->type() != QEvent::WindowStateChange) return;
   const auto old_state = static_cast<QWindowStateChangeEvent*>(event)->oldState();
   const Qt::WindowStates state = windowState();

@@ -75,6 +75,8 @@ class SurfaceWindow : public QMainWindow, public StarField {
   // Since escape took the window out of full screen; a maximize the window manager reports
   // within kWindowManagerEcho ms of that is its own doing.
   QElapsedTimer left_full_screen_;
+  // On Wayland, between escape's new map of the window and its activation: fixed at 600 by 400.
+  bool fixed_for_map_ = false;
   static constexpr int kWindowManagerEcho = 2000;
 };
 
