@@ -20,6 +20,8 @@ namespace lumox {
 namespace {
 SurfaceWindow* g_instance = nullptr;
 
+bool IsWayland() { return QGuiApplication::platformName().startsWith(QStringLiteral("wayland")); }
+
 class NoAltMenuStyle : public QProxyStyle {
  public:
   int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
@@ -156,21 +158,31 @@ void SurfaceWindow::Event_Minimize() {
   setWindowState(windowState() & ~Qt::WindowFullScreen);
 }
 
+void SurfaceWindow::ShowAbove(QWidget* window) {
+  // A Wayland compositor gives no focus to a new window over a full-screen one (sway) unless it
+  // belongs to it, and that has to be said before the window is mapped.
+  if (IsWayland() && !window->isVisible()) {
+    window->winId();
+    window->windowHandle()->setTransientParent(windowHandle());
+  }
+  window->show();
+}
+
 bool SurfaceWindow::_About_Action(int) {
-  wAbout::Instance()->show();
+  ShowAbove(wAbout::Instance());
   return true;
 }
 
 void SurfaceWindow::ShowPrefs() {
   wPrefs* prefs = wPrefs::Instance();
-  prefs->show();
+  ShowAbove(prefs);
   prefs->raise();
   prefs->activateWindow();
 }
 
 void SurfaceWindow::LeaveFullScreen() {
   menuBar()->setVisible(true);
-  if (QGuiApplication::platformName().startsWith(QStringLiteral("wayland"))) {
+  if (IsWayland()) {
     // A Wayland compositor sizes a window it has mapped (a tiling one keeps it in its tile, others
     // give back the size before full screen) and places every window itself. A window mapped
     // anew with a fixed size is laid out as a floating one of that size, whatever the compositor.

@@ -66,6 +66,8 @@ class SurfaceWindow : public QMainWindow, public StarField {
   void Event_Open();
   void LeaveFullScreen();
   void ShowPrefs();
+  // Shows a small window of the flight's, focused and above it.
+  void ShowAbove(QWidget* window);
 
   OpenGLSurface* surface_ = nullptr;
   QTimer timer1_;

@@ -19,11 +19,9 @@
 
 namespace lumox::e2e {
 
-namespace {
-
 // Environment settings go first in `argv`, through env(1), which runs the program in its own place.
 // Standard error goes to `stderr_file` if one is named.
-pid_t Spawn(const std::vector<std::string>& argv, int keep_fd = -1, const std::string& stderr_file = "") {
+pid_t Spawn(const std::vector<std::string>& argv, int keep_fd, const std::string& stderr_file) {
   const pid_t pid = fork();
   if (pid != 0) return pid;
   setpgid(0, 0);
@@ -49,8 +47,6 @@ void Stop(pid_t pid) {
   kill(-pid, SIGKILL);
   waitpid(pid, nullptr, 0);
 }
-
-}  // namespace
 
 void SleepMs(int ms) { usleep(ms * 1000); }
 

@@ -85,6 +85,12 @@ class Session {
 };
 
 void SleepMs(int ms);
+// Starts a program in a process group of its own, standard input and output on /dev/null.
+// Environment settings go first in `argv`, through env(1). Standard error goes to `stderr_file`
+// if one is named.
+pid_t Spawn(const std::vector<std::string>& argv, int keep_fd = -1, const std::string& stderr_file = "");
+// Ends a program started by Spawn, with its group.
+void Stop(pid_t pid);
 // Polls `done` until it holds or `ms` pass; gives whether it held.
 bool WaitFor(const std::function<bool()>& done, int ms = 10000);
 inline std::string MouseTo(QPoint p) { return "mousemove " + std::to_string(p.x()) + " " + std::to_string(p.y()); }
