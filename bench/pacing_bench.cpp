@@ -8,7 +8,6 @@
 // With --widget the same frames go through a QOpenGLWidget (drawn into an offscreen buffer that
 // Qt then composites into the window) instead of the program's direct surface, for comparison.
 #include <time.h>
-#include <unistd.h>
 
 #include <QApplication>
 #include <QDir>
@@ -21,14 +20,13 @@
 #include <string>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
-#include <sstream>
 #include <vector>
 
 #include <QMainWindow>
 #include <QOpenGLWidget>
 
 #include "display/frame.h"
+#include "display/process_cpu.h"
 #include "display/surface_window.h"
 
 namespace {
@@ -37,23 +35,6 @@ double ProcessCpuSeconds() {
   timespec t{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
   return t.tv_sec + t.tv_nsec * 1e-9;
-}
-
-// The whole process's user and system time as the kernel counts it, llvmpipe's threads included.
-double ProcStatCpuSeconds() {
-  std::ifstream stat("/proc/self/stat");
-  std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
-  std::istringstream fields(text.substr(text.rfind(')') + 2));  // past the command name
-  std::string field;
-  double utime = 0, stime = 0;
-  for (int i = 3; fields >> field; ++i) {
-    if (i == 14) utime = std::stod(field);
-    if (i == 15) {
-      stime = std::stod(field);
-      break;
-    }
-  }
-  return (utime + stime) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 double Percentile(std::vector<double> v, double p) {
@@ -133,7 +114,7 @@ int main(int argc, char** argv) {
     tick_times.clear();
     frame_times.clear();
     frame_cpu.clear();
-    cpu_start = ProcStatCpuSeconds();
+    cpu_start = lumox::ProcStatCpuSeconds();
     wall_start = clock.nsecsElapsed();
   });
   QTimer::singleShot(static_cast<int>(1500 + seconds * 1000), [&] { app.quit(); });
@@ -142,7 +123,7 @@ int main(int argc, char** argv) {
   app.exec();
 
   const double wall = (clock.nsecsElapsed() - wall_start) * 1e-9;
-  const double cpu = ProcStatCpuSeconds() - cpu_start;
+  const double cpu = lumox::ProcStatCpuSeconds() - cpu_start;
   // Frames reach the screen when the swap returns; the ticks themselves are listed beside them.
   std::vector<double> intervals, tick_intervals;
   for (size_t i = 1; i < frame_times.size(); ++i) intervals.push_back(frame_times[i] - frame_times[i - 1]);

@@ -7,7 +7,9 @@
 #include <QMenuBar>
 #include <QProxyStyle>
 #include <QScreen>
+#include <QWindow>
 
+#include "display/flight_options.h"
 #include "display/frame.h"
 #include "display/gl_api.h"
 #include "settings/prefs_store.h"
@@ -78,9 +80,13 @@ SurfaceWindow::~SurfaceWindow() {
 }
 
 void SurfaceWindow::Event_Open() {
-  const QRect screen = QGuiApplication::primaryScreen()->geometry();
-  setGeometry(0, 0, screen.width(), screen.height());
+  // Placed on its screen before it is shown, so full screen fills that one.
+  QScreen* const flight_screen = FlightScreen();
+  const QRect screen = flight_screen->geometry();
+  setScreen(flight_screen);
+  setGeometry(screen.x(), screen.y(), screen.width(), screen.height());
   show();
+  windowHandle()->installEventFilter(this);  // its exposure tells when the flight is on screen
   menuBar()->setVisible(false);
   setWindowState(Qt::WindowFullScreen);
   SetApplicationCursor(Qt::BlankCursor);
@@ -136,6 +142,7 @@ void SurfaceWindow::Timer1_Action() {
 void SurfaceWindow::Timer2_Action() { lumox::Timer2_Action(*this); }
 
 bool SurfaceWindow::Surface_Render() {
+  if (FpsShown()) return RenderWithReadout(*this, MesaGl(), fps_readout_.Frame(), MesaOverlayGl());
   return lumox::Surface_Render(*this, MesaGl(), surface_->devicePixelRatio());
 }
 
@@ -188,16 +195,21 @@ void SurfaceWindow::LeaveFullScreen() {
     // anew with a fixed size is laid out as a floating one of that size, whatever the compositor.
     hide();
     setWindowState(Qt::WindowNoState);
-    setFixedSize(kEscapedWidth, kEscapedHeight);
+    setFixedSize(EscapedGeometry().size());
     show();
     fixed_for_map_ = true;
     RequestActivation();
     return;
   }
   setWindowState(windowState() & ~(Qt::WindowFullScreen | Qt::WindowMaximized));
-  setGeometry(kEscapedLeft, kEscapedTop, kEscapedWidth, kEscapedHeight);
+  setGeometry(EscapedGeometry());
   RequestActivation();
   left_full_screen_.start();
+}
+
+void SurfaceWindow::StartWindowed() {
+  escaped = true;
+  LeaveFullScreen();
 }
 
 void SurfaceWindow::changeEvent(QEvent* event) {
@@ -212,6 +224,7 @@ void SurfaceWindow::changeEvent(QEvent* event) {
   if (event->type() != QEvent::WindowStateChange) return;
   const auto old_state = static_cast<QWindowStateChangeEvent*>(event)->oldState();
   const Qt::WindowStates state = windowState();
+  UpdateFlightShown();
   // The menu bar is part of this window, so it shows exactly when the window is not full screen.
   menuBar()->setVisible(!(state & Qt::WindowFullScreen));
   if ((state & Qt::WindowMinimized) && !(old_state & Qt::WindowMinimized)) {
@@ -236,13 +249,35 @@ void SurfaceWindow::resizeEvent(QResizeEvent* event) {
   // its own maximize) is overruled while escape's geometry settles.
   const QSize escaped(kEscapedWidth, kEscapedHeight);
   if (Settling() && !(windowState() & (Qt::WindowFullScreen | Qt::WindowMaximized)) && event->size() != escaped)
-    setGeometry(kEscapedLeft, kEscapedTop, kEscapedWidth, kEscapedHeight);
+    setGeometry(EscapedGeometry());
+}
+
+QRect SurfaceWindow::EscapedGeometry() const {
+  // On the flight's screen, where full screen was.
+  const QPoint origin = FlightScreen()->geometry().topLeft();
+  return QRect(origin.x() + kEscapedLeft, origin.y() + kEscapedTop, kEscapedWidth, kEscapedHeight);
 }
 
 void SurfaceWindow::closeEvent(QCloseEvent* event) {
   // Only the quit closes the display (the window manager's close ends the run the same way).
   Event_Close();
+  UpdateFlightShown();
   QMainWindow::closeEvent(event);
+}
+
+bool SurfaceWindow::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::Expose && watched == windowHandle()) UpdateFlightShown();
+  return QMainWindow::eventFilter(watched, event);
+}
+
+void SurfaceWindow::UpdateFlightShown() {
+  // Minimised from full screen, Qt can lose the minimised state while the window manager keeps
+  // the window iconic and unmapped; so whether the window is exposed counts as well.
+  const bool shown = !closed_ && isVisible() && windowHandle() && windowHandle()->isExposed() &&
+                     !(windowState() & Qt::WindowMinimized);
+  if (shown == flight_shown_) return;
+  flight_shown_ = shown;
+  emit FlightShownChanged(shown);
 }
 
 void SurfaceWindow::keyPressEvent(QKeyEvent* event) {

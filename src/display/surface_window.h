@@ -4,6 +4,7 @@
 #include <QTimer>
 
 #include "display/display_keys.h"
+#include "display/fps_readout.h"
 #include "display/key_glue.h"
 #include "display/opengl_surface.h"
 #include "display/sweep_timer.h"
@@ -42,6 +43,9 @@ class SurfaceWindow : public QMainWindow, public StarField {
   // Carries out the key handler for the keys that are down now.
   void Event_KeyDown();
 
+  // Takes the flight out of full screen as the first escape does (for a flight started windowed).
+  void StartWindowed();
+
   // The About menu item's handler: opens the about window.
   bool _About_Action(int index);
 
@@ -53,7 +57,13 @@ class SurfaceWindow : public QMainWindow, public StarField {
   Settings CurrentSettings() const;
   void ApplySettings(const Settings& settings);
 
+ signals:
+  // The flight came on screen (mapped and not minimised: after the opening, or restored) or
+  // went off it (minimised, unmapped, closed). Sent once per change.
+  void FlightShownChanged(bool shown);
+
  protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void keyReleaseEvent(QKeyEvent* event) override;
   void changeEvent(QEvent* event) override;
@@ -65,9 +75,11 @@ class SurfaceWindow : public QMainWindow, public StarField {
   SurfaceWindow();
   void Event_Open();
   void LeaveFullScreen();
+  QRect EscapedGeometry() const;
   void ShowPrefs();
   // Shows a small window of the flight's, focused and above it.
   void ShowAbove(QWidget* window);
+  void UpdateFlightShown();
 
   OpenGLSurface* surface_ = nullptr;
   QTimer timer1_;
@@ -77,9 +89,11 @@ class SurfaceWindow : public QMainWindow, public StarField {
   // Since escape took the window out of full screen; a maximize the window manager reports
   // within kWindowManagerEcho ms of that is its own doing.
   QElapsedTimer left_full_screen_;
-  // On Wayland, between escape's new map of the window and its activation: fixed at 600 by 400.
+  // On Wayland, between escape's new map of the window and its activation: fixed at its size.
   bool fixed_for_map_ = false;
   static constexpr int kWindowManagerEcho = 2000;
+  FpsReadout fps_readout_;
+  bool flight_shown_ = false;
 };
 
 // Application.MouseCursor: an override cursor that wins over every window's own.

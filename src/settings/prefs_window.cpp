@@ -9,6 +9,7 @@
 #include <climits>
 #include <vector>
 
+#include "display/flight_options.h"
 #include "display/surface_window.h"
 #include "display/x11_hints.h"
 #include "settings/prefs_keys.h"
@@ -29,7 +30,7 @@ void SetQuietly(QSlider* slider, int64_t value) {
   slider->setValue(static_cast<int>(std::clamp<int64_t>(value, INT_MIN, INT_MAX)));
 }
 
-int64_t ScreenWidth() { return QGuiApplication::primaryScreen()->geometry().width(); }
+int64_t ScreenWidth() { return FlightScreen()->geometry().width(); }
 
 }  // namespace
 

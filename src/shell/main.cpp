@@ -1,21 +1,49 @@
 #include <QApplication>
+#include <cstdio>
 
 #include "display/surface_window.h"
 #include "shell/app.h"
+#include "shell/command_line.h"
 #include "shell/desktop_identity.h"
-#include "shell/startup_window.h"
+#include "shell/idle_inhibitor.h"
+#include "shell/launch.h"
+
+namespace {
+
+int UsageError(const QString& error) {
+  std::fputs(qPrintable(QStringLiteral("lumox: ") + error + QLatin1Char('\n') + lumox::UsageHint()), stderr);
+  return 2;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
+  // --help and --version need no display, so they are answered before Qt looks for one.
+  if (const lumox::CommandLine early = lumox::ParseCommandLine(lumox::ArgumentList(argc, argv));
+      early.help || early.version) {
+    std::fputs(qPrintable(early.help ? lumox::HelpText() : lumox::VersionText()), stdout);
+    return 0;
+  }
   lumox::ExitWithoutDisplay(argc, argv);
   QApplication app(argc, argv);
   lumox::SetDesktopIdentity();
+  // Qt has taken out the options it knows (-platform and the rest); what is left is ours.
+  const lumox::CommandLine options = lumox::ParseCommandLine(QCoreApplication::arguments());
+  if (const QString error = options.error.isEmpty() ? lumox::ApplyCommandLine(options) : options.error;
+      !error.isEmpty())
+    return UsageError(error);
+
   lumox::MainMenuBar::Instance();
   lumox::QuitOnSignals();
   lumox::RunClosingStepAtExit();
+  lumox::IdleInhibitor keep_awake;  // the screen stays awake while the flight is shown
   // However the loop ends, the display's closing step runs (it runs once at most).
   QObject::connect(&app, &QApplication::aboutToQuit, [] {
     if (auto* display = lumox::SurfaceWindow::Existing()) display->Event_Close();
   });
-  lumox::wStartup::Instance()->show();
+  if (options.go)
+    lumox::FlyNow(options.window);
+  else
+    lumox::ShowStartWindow(!options.screen.isEmpty());
   return app.exec();
 }

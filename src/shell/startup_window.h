@@ -33,6 +33,8 @@ class wStartup : public QDialog {
 
   void PushButton1_Action();
   void PushButton2_Action();
+  // Centres the window on its screen (the whole window, title bar included).
+  void PlaceOnScreen();
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;  // escape presses Quit
@@ -40,7 +42,6 @@ class wStartup : public QDialog {
  private:
   wStartup();
   void Event_Open();
-  void PlaceOnScreen();  // the whole window, title bar included
 };
 
 // The help text as the program carries it, lines broken by carriage returns.

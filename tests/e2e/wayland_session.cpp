@@ -82,7 +82,7 @@ WaylandSession::WaylandSession(int width, int height, const char* prefs) {
 
   std::vector<std::string> sway = AsUser(dir_, {"WLR_BACKENDS=headless", "WLR_RENDERER=pixman", "WLR_LIBINPUT_NO_DEVICES=1",
                                                 "sway", "-c", dir_ + "/sway"});
-  sway_ = Spawn(sway);
+  sway_ = StartHelper(sway);
   std::string socket, ipc;
   WaitFor([&] {
     socket = FindIn(dir_, [](const std::string& n) { return n.starts_with("wayland-") && !n.ends_with(".lock"); });
@@ -96,20 +96,20 @@ WaylandSession::WaylandSession(int width, int height, const char* prefs) {
   // so lumox's keyboard doesn't come and go with each wtype.
   std::vector<std::string> keyboard = client;
   for (const char* word : {"wtype", "-s", "86400000"}) keyboard.push_back(word);
-  keyboard_ = Spawn(keyboard);
+  keyboard_ = StartHelper(keyboard);
   if (!WaitFor([&] { return Shell("swaymsg -t get_inputs 2>/dev/null").find("\"keyboard\"") != std::string::npos; }))
     throw std::runtime_error("no keyboard in the seat");
 
   std::vector<std::string> lumox = client;
   lumox.push_back("XDG_DATA_HOME=" + dir_ + "/data");
   lumox.push_back(LUMOX_EXE);
-  lumox_ = Spawn(lumox);
+  lumox_ = StartHelper(lumox);
 }
 
 WaylandSession::~WaylandSession() {
-  if (Running()) Stop(lumox_);
-  Stop(keyboard_);
-  Stop(sway_);
+  if (Running()) StopHelper(lumox_);
+  StopHelper(keyboard_);
+  StopHelper(sway_);
   std::error_code ignored;
   std::filesystem::remove_all(dir_, ignored);
 }

@@ -19,9 +19,11 @@
 
 namespace lumox::e2e {
 
+namespace {
+
 // Environment settings go first in `argv`, through env(1), which runs the program in its own place.
 // Standard error goes to `stderr_file` if one is named.
-pid_t Spawn(const std::vector<std::string>& argv, int keep_fd, const std::string& stderr_file) {
+pid_t Spawn(const std::vector<std::string>& argv, int keep_fd = -1, const std::string& stderr_file = "") {
   const pid_t pid = fork();
   if (pid != 0) return pid;
   setpgid(0, 0);
@@ -48,6 +50,8 @@ void Stop(pid_t pid) {
   waitpid(pid, nullptr, 0);
 }
 
+}  // namespace
+
 void SleepMs(int ms) { usleep(ms * 1000); }
 
 namespace {
@@ -62,16 +66,32 @@ std::vector<std::string> WindowManagerCommand(const std::string& wm, const std::
 
 }  // namespace
 
+pid_t StartHelper(const std::vector<std::string>& argv) { return Spawn(argv); }
+void StopHelper(pid_t pid) { Stop(pid); }
+
 Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   int fds[2];
   if (pipe(fds) != 0) throw std::runtime_error("pipe");
   const std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";
-  xvfb_ = Spawn({"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", screen, "-nolisten", "tcp"}, fds[1]);
+  std::vector<std::string> xvfb = {"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", screen, "-nolisten", "tcp"};
+  // Monitors are set before any client stays connected: the server must not reset when xrandr leaves.
+  if (!options.monitors.empty()) xvfb.push_back("-noreset");
+  xvfb_ = Spawn(xvfb, fds[1]);
   close(fds[1]);
   display_ = ":";
   for (char c; read(fds[0], &c, 1) == 1 && c != '\n';) display_ += c;
   close(fds[0]);
   if (display_ == ":") throw std::runtime_error("Xvfb did not start");
+  // Before the window manager, which reads the monitors as it starts. The first takes the
+  // screen's one output, which makes it the primary; sizes in millimetres are for 96 dpi.
+  for (size_t i = 0; i < options.monitors.size(); ++i) {
+    const QRect& a = options.monitors[i].area;
+    const auto mm = [](int pixels) { return std::to_string(pixels * 254 / 960); };
+    const std::string geometry = std::to_string(a.width()) + "/" + mm(a.width()) + "x" + std::to_string(a.height()) + "/" +
+                                 mm(a.height()) + "+" + std::to_string(a.x()) + "+" + std::to_string(a.y());
+    Shell("xrandr --setmonitor " + options.monitors[i].name + " " + geometry + (i == 0 ? " screen" : " none") +
+          " >/dev/null 2>&1");
+  }
 
   data_ = (std::filesystem::temp_directory_path() / "lumox-e2e-XXXXXX").string();
   if (!mkdtemp(data_.data())) throw std::runtime_error("mkdtemp");
@@ -89,11 +109,13 @@ Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   inotify_ = inotify_init1(IN_NONBLOCK);
   inotify_add_watch(inotify_, data_.c_str(), IN_MOVED_TO | IN_CREATE);
   stderr_ = data_ + ".stderr";
+  if (!options.start_lumox) return;
   // Without the Wayland display of a desktop the tests may run on, Qt takes this X server.
-  std::vector<std::string> command = {"env", "-u", "WAYLAND_DISPLAY", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_};
-  command.insert(command.end(), options.env.begin(), options.env.end());
-  command.push_back(LUMOX_EXE);
-  lumox_ = Spawn(command, -1, stderr_);
+  std::vector<std::string> lumox = {"env", "-u", "WAYLAND_DISPLAY", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_};
+  lumox.insert(lumox.end(), options.env.begin(), options.env.end());
+  lumox.push_back(LUMOX_EXE);
+  lumox.insert(lumox.end(), options.lumox_args.begin(), options.lumox_args.end());
+  lumox_ = Spawn(lumox, -1, stderr_);
 }
 
 Session::~Session() {
@@ -126,6 +148,7 @@ QImage Session::Screenshot() const {
   std::filesystem::remove(path);
   return image.convertToFormat(QImage::Format_RGB32);
 }
+
 
 std::string Session::Prefs() const {
   std::ostringstream text;

@@ -19,6 +19,12 @@ inline constexpr char kOddPrefs[] = "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nsomet
 // The window managers the end-to-end tests run under.
 inline const char* const kWindowManagers[] = {"openbox", "xfwm4", "metacity"};
 
+// A monitor cut out of the one screen, as xrandr --setmonitor makes it; Qt names its screen so.
+struct Monitor {
+  std::string name;
+  QRect area;
+};
+
 struct SessionOptions {
   int width = 1440;
   int height = 900;
@@ -26,8 +32,10 @@ struct SessionOptions {
   std::string wm = "openbox";   // openbox, xfwm4, metacity, i3 or icewm
   // Runs on the fresh data folder before lumox starts, e.g. to put a link or a FIFO there.
   std::function<void(const std::string& folder)> prepare = {};
-  // More of lumox's environment, as NAME=value, e.g. QT_SCALE_FACTOR=2.
-  std::vector<std::string> env = {};
+  std::vector<std::string> lumox_args = {};  // after the program's name
+  std::vector<Monitor> monitors = {};        // none: one screen; the first is the primary
+  bool start_lumox = true;                   // false: the test runs lumox itself
+  std::vector<std::string> env = {};         // "NAME=value" for lumox, besides the display's
 };
 
 // One run: a private screen managed by a real window manager, a fresh data folder (holding
@@ -77,6 +85,7 @@ class Session {
   std::string Stderr() const;
   // Kills the X server under lumox, as a crash or the end of the session does.
   void KillXServer();
+  const std::string& Display() const { return display_; }
 
  private:
   pid_t xvfb_ = -1, wm_ = -1, lumox_ = -1;
@@ -85,14 +94,12 @@ class Session {
 };
 
 void SleepMs(int ms);
-// Starts a program in a process group of its own, standard input and output on /dev/null.
-// Environment settings go first in `argv`, through env(1). Standard error goes to `stderr_file`
-// if one is named.
-pid_t Spawn(const std::vector<std::string>& argv, int keep_fd = -1, const std::string& stderr_file = "");
-// Ends a program started by Spawn, with its group.
-void Stop(pid_t pid);
 // Polls `done` until it holds or `ms` pass; gives whether it held.
 bool WaitFor(const std::function<bool()>& done, int ms = 10000);
+// A helper process (a bus, a mocked service, a screensaver) in its own process group, with no
+// input and its output dropped; StopHelper ends the group.
+pid_t StartHelper(const std::vector<std::string>& argv);
+void StopHelper(pid_t pid);
 inline std::string MouseTo(QPoint p) { return "mousemove " + std::to_string(p.x()) + " " + std::to_string(p.y()); }
 using testing::LitPixels;
 // Pixels that differ between two images of the same size.

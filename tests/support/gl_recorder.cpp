@@ -33,4 +33,16 @@ const GlApi& GlRecorder::Api() const {
   return api;
 }
 
+const OverlayGlApi& GlRecorder::OverlayApi() const {
+  static const OverlayGlApi api{
+      [](unsigned mask) { Record("glPushAttrib", mask); },
+      [] { Record("glPopAttrib"); },
+      [](unsigned cap) { Record("glEnable", cap); },
+      [](unsigned s, unsigned d) { Record("glBlendFunc", s, d); },
+      [](int x, int y) { Record("glWindowPos2i", x, y); },
+      [](int w, int h, unsigned format, unsigned type, const void*) { Record("glDrawPixels", w, h, format, type); },
+  };
+  return api;
+}
+
 }  // namespace lumox::testing

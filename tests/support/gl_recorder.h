@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "display/fps_overlay.h"
 #include "display/gl_api.h"
 #include "starfield/star_field.h"
 
@@ -21,6 +22,8 @@ class GlRecorder {
  public:
   explicit GlRecorder(const StarField* field);
   const GlApi& Api() const;
+  // The readout's calls, recorded into the same list.
+  const OverlayGlApi& OverlayApi() const;
   const std::vector<GlCall>& Calls() const { return calls_; }
   void Clear() { calls_.clear(); }
 

@@ -1,0 +1,35 @@
+#pragma once
+// The command line: what each option asks for, as plain values. Parsing needs no application
+// object and no display, so it runs both before Qt starts (for --help and --version) and after
+// Qt has taken out the options it knows itself (-platform and the rest).
+#include <QString>
+#include <QStringList>
+
+namespace lumox {
+
+struct CommandLine {
+  bool help = false;
+  bool version = false;
+  bool go = false;      // straight into the flight, without the start window
+  bool window = false;  // the flight in its 600x400 window rather than full screen; implies go
+  bool fps = false;     // frames per second and CPU use over the flight
+  QString screen;       // number or name of the flight's screen; empty for the primary screen
+  QString error;        // one line saying what is wrong; empty when the arguments are good
+};
+
+// `arguments` as QCoreApplication::arguments() gives them, the program first.
+CommandLine ParseCommandLine(const QStringList& arguments);
+// main()'s arguments as such a list, for a parse before the application object exists.
+QStringList ArgumentList(int argc, char** argv);
+
+QString HelpText();
+QString VersionText();
+// The line that follows an error message on standard error.
+QString UsageHint();
+
+// The index of the screen that `wanted` names, by its name or by its number from 0; -1 if none.
+int FindScreen(const QString& wanted, const QStringList& names);
+// The error line for a screen that FindScreen did not find.
+QString NoSuchScreen(const QString& wanted, const QStringList& names);
+
+}  // namespace lumox

@@ -1,0 +1,20 @@
+#pragma once
+// What the command line changes in the way the program starts, once the application exists.
+#include <QString>
+
+#include "shell/command_line.h"
+
+namespace lumox {
+
+// Puts the command line's choices in place for the windows to come. Gives the error line for a
+// choice that can't be met (a screen that is not there), or "" when all is set.
+QString ApplyCommandLine(const CommandLine& line);
+
+// The flight without the start window: the data folder made as the start window makes it, then
+// the display window, in full screen or in its window as after the first escape.
+void FlyNow(bool windowed);
+
+// The start window as at every start; centred on the flight's screen when one was chosen.
+void ShowStartWindow(bool on_flight_screen);
+
+}  // namespace lumox

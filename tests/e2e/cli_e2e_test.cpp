@@ -1,0 +1,254 @@
+// The command line of the real program: answers on the terminal, and flights started straight
+// away, windowed, on another monitor and with the frames-per-second readout.
+#include <sys/stat.h>
+#include <xcb/xcb.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "e2e/x_session.h"
+
+namespace lumox::e2e {
+namespace {
+
+const Monitor kLeft{"LEFT", QRect(0, 0, 1280, 800)};
+const Monitor kRight{"RIGHT", QRect(1280, 0, 1024, 768)};
+const char kHint[] = "Try 'lumox --help' for more information.\n";
+
+// Counts the windows that come up on the display from the moment it is made: each one the window
+// manager takes into a frame (reparents away from the root) as it is mapped.
+class WindowWatch {
+ public:
+  explicit WindowWatch(const std::string& display) : c_(xcb_connect(display.c_str(), nullptr)) {
+    const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c_)).data;
+    const uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+    xcb_change_window_attributes(c_, screen->root, XCB_CW_EVENT_MASK, &mask);
+    RoundTrip();
+  }
+  ~WindowWatch() { xcb_disconnect(c_); }
+
+  int Windows() {
+    RoundTrip();  // every event the server sent before the reply has arrived with it
+    while (xcb_generic_event_t* event = xcb_poll_for_event(c_)) {
+      windows_ += (event->response_type & 0x7f) == XCB_REPARENT_NOTIFY;
+      free(event);
+    }
+    return windows_;
+  }
+
+ private:
+  void RoundTrip() { free(xcb_get_input_focus_reply(c_, xcb_get_input_focus(c_), nullptr)); }
+  xcb_connection_t* c_;
+  int windows_ = 0;
+};
+
+struct Outcome {
+  int status = -1;
+  std::string out, err;
+};
+
+std::string Read(const std::string& path) {
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  return text.str();
+}
+
+// Runs lumox to its end on the session's display with the session's data folder; `env` goes
+// first to env(1), e.g. "-u DISPLAY".
+Outcome RunLumox(const Session& session, const std::string& args, const std::string& env = "") {
+  // A runtime folder of its own keeps Qt's warning about a missing one off standard error.
+  const std::string runtime = session.File(".runtime");
+  mkdir(runtime.c_str(), 0700);
+  const std::string out = session.File(".out"), err = session.File(".err");
+  const std::string status = session.Shell("env " + env + " XDG_DATA_HOME=" + session.File("") + " XDG_RUNTIME_DIR=" +
+                                           runtime + " " + LUMOX_EXE + " " + args + " >" + out + " 2>" + err +
+                                           "; echo $?");
+  return {std::atoi(status.c_str()), Read(out), Read(err)};
+}
+
+// Pixels whose green stands well above both red and blue. That is the readout's pale green: a
+// star's green never exceeds the larger of its red and blue.
+struct Green {
+  int count = 0;
+  QRect bounds;
+};
+
+Green GreenPixels(const QImage& image) {
+  Green green;
+  for (int y = 0; y < image.height(); ++y)
+    for (int x = 0; x < image.width(); ++x) {
+      const QRgb p = image.pixel(x, y);
+      if (qGreen(p) - std::max(qRed(p), qBlue(p)) < 60) continue;
+      ++green.count;
+      green.bounds |= QRect(x, y, 1, 1);
+    }
+  return green;
+}
+
+// Waits for the readout, then gives where it is.
+Green WaitForReadout(const Session& lumox) {
+  Green green;
+  WaitFor([&] { return (green = GreenPixels(lumox.Screenshot())).count > 100; });
+  return green;
+}
+
+// Presses GO in the start window; gives the display window's id once it is mapped.
+std::string PressGo(const Session& lumox) {
+  const std::string start = lumox.WaitForWindow("Untitled");
+  if (start.empty()) return "";
+  lumox.Xdo("windowactivate --sync " + start);
+  if (!lumox.WaitForActive(start)) return "";
+  lumox.Xdo("key Return");
+  return lumox.WaitForWindow("Lumox");
+}
+
+TEST(CliE2E, HelpVersionAndBadArgumentsAnswerOnTheTerminalAndOpenNoWindow) {
+  Session lumox({.width = 2304, .height = 800, .monitors = {kLeft, kRight}, .start_lumox = false});
+  WindowWatch watch(lumox.Display());
+
+  // Help and version need no display at all.
+  const Outcome help = RunLumox(lumox, "--help", "-u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM");
+  EXPECT_EQ(help.status, 0);
+  EXPECT_EQ(help.err, "");
+  EXPECT_EQ(help.out.rfind("Usage: lumox [options]\n", 0), 0u) << help.out;
+  const Outcome short_help = RunLumox(lumox, "-h");
+  EXPECT_EQ(short_help.status, 0);
+  EXPECT_EQ(short_help.out, help.out);
+  const Outcome version = RunLumox(lumox, "--version", "-u DISPLAY");
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(version.out, "lumox " LUMOX_VERSION "\n");
+  EXPECT_EQ(version.err, "");
+
+  // Qt takes its own options (here -display) out before the program reads the rest.
+  const struct {
+    std::string args, error;
+  } bad[] = {
+      {"--bogus", "Unknown option 'bogus'."},
+      {"-display " + lumox.Display() + " --go --bogus", "Unknown option 'bogus'."},
+      {"--go --screen", "Missing value after '--screen'."},
+      {"--go=yes", "Unexpected value after '--go'."},
+      {"--fps now", "Unexpected argument 'now'."},
+      {"--screen ''", "The screen may not be empty."},
+      {"--go --screen 2", "No screen '2'; the screens are 0 (LEFT), 1 (RIGHT)."},
+      {"--screen right", "No screen 'right'; the screens are 0 (LEFT), 1 (RIGHT)."},
+  };
+  for (const auto& [args, error] : bad) {
+    const Outcome outcome = RunLumox(lumox, args);
+    EXPECT_EQ(outcome.status, 2) << args;
+    EXPECT_EQ(outcome.out, "") << args;
+    EXPECT_EQ(outcome.err, "lumox: " + error + "\n" + kHint) << args;
+    EXPECT_EQ(watch.Windows(), 0) << args;
+  }
+  EXPECT_EQ(watch.Windows(), 0);
+  EXPECT_FALSE(std::filesystem::exists(lumox.File("net.tallowby.Lumox")));  // nothing began at all
+  lumox.Shell(std::string(X_WINDOW) + " probe");
+  EXPECT_EQ(watch.Windows(), 1);  // the watch does see a window that comes up
+}
+
+TEST(CliE2E, GoFliesAtOnceInFullScreenWithTheDataFolderAndNoReadout) {
+  Session lumox({.width = 1280, .height = 800, .lumox_args = {"--go"}});
+  const std::string window = lumox.WaitForWindow("Lumox");
+  ASSERT_FALSE(window.empty());
+  const QRect screen(0, 0, 1280, 800);
+  EXPECT_TRUE(lumox.WaitForGeometry(window, screen));
+  EXPECT_TRUE(lumox.WaitForActive(window));
+  EXPECT_TRUE(lumox.WaitForLit(screen, 2000));
+  EXPECT_TRUE(lumox.WaitForWindow("Untitled", 0).empty());
+  EXPECT_TRUE(std::filesystem::is_directory(lumox.File("net.tallowby.Lumox")));
+  EXPECT_EQ(GreenPixels(lumox.Screenshot()).count, 0);
+
+  lumox.Xdo("key Escape");  // the keys reach the flight
+  EXPECT_TRUE(lumox.WaitForGeometry(window, QRect(20, 50, 600, 400)));
+  ASSERT_TRUE(lumox.Quit());
+  EXPECT_EQ(lumox.ExitStatus(), 0);
+  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n1.28\n19200\n");
+}
+
+// Full screen is left as soon as the window is mapped: each window manager must end in escape's window.
+class CliWindowE2E : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(CliWindowE2E, WindowFliesInTheEscapedWindowWithTheReadoutInItsCorner) {
+  Session lumox({.width = 1280, .height = 800, .wm = GetParam(), .lumox_args = {"--window", "--fps"}});
+  const std::string window = lumox.WaitForWindow("Lumox");
+  ASSERT_FALSE(window.empty());
+  const QRect escaped(20, 50, 600, 400);
+  ASSERT_TRUE(lumox.WaitForGeometry(window, escaped));
+  EXPECT_TRUE(lumox.WaitForActive(window));
+  EXPECT_TRUE(lumox.WaitForWindow("Untitled", 0).empty());
+  EXPECT_TRUE(lumox.WaitForLit(QRect(20, 52, 600, 16), 600 * 16 / 2));  // the menu bar's light strip
+  const QRect field(20, 80, 600, 300);
+  const QImage a = lumox.Screenshot();
+  EXPECT_GT(LitPixels(a.copy(field)), 100);
+  EXPECT_TRUE(WaitFor([&] { return DifferentPixels(a.copy(field), lumox.Screenshot().copy(field)) > 100; }));
+
+  // The readout: pale green in the window's lower left corner, and nowhere else.
+  const Green readout = WaitForReadout(lumox);
+  EXPECT_GT(readout.count, 100);
+  EXPECT_TRUE(QRect(escaped.left(), escaped.bottom() - 40, 250, 40).contains(readout.bounds)) << readout.bounds.x() << ","
+                                                                                             << readout.bounds.y();
+
+  // Escape was taken already: the next one only asks for a restore, and the moved window stays.
+  const QRect moved(140, 160, 600, 400);
+  lumox.Xdo("windowmove " + window + " 140 160");
+  ASSERT_TRUE(lumox.WaitForGeometry(window, moved));
+  lumox.Xdo("key Escape key s");
+  ASSERT_FALSE(lumox.WaitForWindow("Settings").empty());
+  EXPECT_EQ(lumox.Geometry(window), moved);
+  ASSERT_TRUE(lumox.Quit());
+  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n1.28\n19200\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(WindowManagers, CliWindowE2E, ::testing::ValuesIn(kWindowManagers),
+                         [](const auto& info) { return std::string(info.param); });
+
+TEST(CliE2E, ScreenByNameTakesTheStartWindowTheFlightAndRestoreDefaultsToThatMonitor) {
+  Session lumox({.width = 2304,
+                 .height = 800,
+                 .prefs = kOddPrefs,
+                 .lumox_args = {"--screen", "RIGHT"},
+                 .monitors = {kLeft, kRight}});
+  const std::string start = lumox.WaitForWindow("Untitled");
+  ASSERT_FALSE(start.empty());
+  EXPECT_TRUE(WaitFor([&] { return kRight.area.contains(lumox.Geometry(start)); }));
+
+  const std::string window = PressGo(lumox);
+  ASSERT_FALSE(window.empty());
+  EXPECT_TRUE(lumox.WaitForGeometry(window, kRight.area));
+  EXPECT_TRUE(lumox.WaitForActive(window));
+  EXPECT_TRUE(lumox.WaitForLit(kRight.area, 2000));
+  EXPECT_EQ(LitPixels(lumox.Screenshot().copy(kLeft.area)), 0);
+
+  lumox.Xdo("key Escape");  // the window stays on its monitor
+  EXPECT_TRUE(lumox.WaitForGeometry(window, QRect(1300, 50, 600, 400)));
+
+  // Restore Defaults takes the width of the flight's monitor, not of the primary one.
+  lumox.Xdo("key s");
+  const std::string prefs = lumox.WaitForWindow("Settings");
+  ASSERT_FALSE(prefs.empty());
+  ASSERT_TRUE(lumox.WaitForActive(prefs));
+  lumox.Xdo(MouseTo(lumox.Geometry(prefs).topLeft() + QPoint(85, 191)) + " click 1 key Return");
+  EXPECT_TRUE(WaitFor([&] { return lumox.Xdo("search --onlyvisible --name '^Settings$'").empty(); }));
+  ASSERT_TRUE(lumox.Quit());
+  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n1.024\n15360\n");
+}
+
+TEST(CliE2E, ScreenByNumberFliesFullScreenThereWithItsDefaultsAndTheReadout) {
+  Session lumox(
+      {.width = 2304, .height = 800, .lumox_args = {"--go", "--fps", "--screen", "1"}, .monitors = {kLeft, kRight}});
+  const std::string window = lumox.WaitForWindow("Lumox");
+  ASSERT_FALSE(window.empty());
+  EXPECT_TRUE(lumox.WaitForGeometry(window, kRight.area));
+  EXPECT_TRUE(lumox.WaitForLit(kRight.area, 2000));
+  const Green readout = WaitForReadout(lumox);
+  EXPECT_TRUE(QRect(kRight.area.left(), kRight.area.bottom() - 40, 250, 40).contains(readout.bounds))
+      << readout.bounds.x() << "," << readout.bounds.y();
+  ASSERT_TRUE(lumox.Quit());
+  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n1.024\n15360\n");  // a first run: the monitor's defaults
+}
+
+}  // namespace
+}  // namespace lumox::e2e

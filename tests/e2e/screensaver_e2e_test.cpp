@@ -1,0 +1,117 @@
+// The real XScreenSaver daemon, blanking after one minute, on two private X servers at once: on
+// one lumox flies for 90 s, on the other (the control) lumox waits at its start window. The
+// control must blank and the flight must not. Long: labelled `slow`.
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "e2e/x_session.h"
+#include "shell/inhibit_plan.h"
+
+namespace lumox::e2e {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr int kSaverTimeoutMs = 60000;
+
+// XScreenSaver refuses to run as root: then it runs as this user, made here if missing.
+constexpr char kSaverUser[] = "lumoxtest";
+
+// A home folder with a ~/.xscreensaver that blanks (no lock, no fading) after one idle minute.
+struct SaverHome {
+  SaverHome() : path((std::filesystem::temp_directory_path() / "lumox-saver-XXXXXX").string()) {
+    if (!mkdtemp(path.data())) throw std::runtime_error("mkdtemp");
+    std::ofstream(path + "/.xscreensaver") << "timeout: 0:01:00\nlock: False\nmode: blank\nfade: False\n"
+                                              "unfade: False\nsplash: False\ndpmsEnabled: False\n";
+    if (geteuid() == 0) {
+      if (system((std::string("id -u ") + kSaverUser + " >/dev/null 2>&1 || useradd -m " + kSaverUser +
+                  " >/dev/null 2>&1 || id -u " + kSaverUser + " >/dev/null 2>&1").c_str()) != 0)
+        throw std::runtime_error("no user for xscreensaver");
+      if (system(("chown -R " + std::string(kSaverUser) + " " + path).c_str()) != 0) throw std::runtime_error("chown");
+    }
+  }
+  ~SaverHome() { std::filesystem::remove_all(path); }
+  std::string path;
+};
+
+// The daemon on one display, ended with its process group.
+struct Saver {
+  Saver(const Session& x, const SaverHome& home) {
+    std::vector<std::string> argv{"env", "-i", "HOME=" + home.path, "DISPLAY=" + x.Display(), "PATH=/usr/bin:/bin",
+                                  "xscreensaver", "-no-splash"};
+    if (geteuid() == 0)
+      argv.insert(argv.begin(), {"setpriv", std::string("--reuid=") + kSaverUser, std::string("--regid=") + kSaverUser,
+                                 "--init-groups"});
+    pid = StartHelper(argv);
+  }
+  ~Saver() { StopHelper(pid); }
+  pid_t pid;
+};
+
+// The saver's state as it publishes it on the root window: 0 while the screen shows, the atom
+// BLANK or LOCK while it is covered; -1 while no daemon has said anything.
+long SaverState(const Session& x) {
+  const std::string out = x.Shell("xprop -root _SCREENSAVER_STATUS 2>/dev/null");
+  const size_t at = out.find(" = ");
+  return at == std::string::npos ? -1 : std::stol(out.substr(at + 3));
+}
+
+// How long the X server has counted the user idle, in ms: the clock of its own screen saver.
+long ServerIdleMs(const Session& x) {
+  long ms = -1;
+  std::istringstream(x.Shell(LUMOX_X_IDLE)) >> ms;
+  return ms;
+}
+
+long MsSince(Clock::time_point t) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - t).count();
+}
+
+TEST(ScreenSaverE2E, XScreenSaverNeverCoversANinetySecondFlightButCoversTheStartWindow) {
+  SaverHome home;
+  Session flight(1024, 768), control(1024, 768);
+  ASSERT_FALSE(flight.WaitForWindow("Untitled").empty());
+  ASSERT_FALSE(control.WaitForWindow("Untitled").empty());
+  Saver flight_saver(flight, home), control_saver(control, home);
+  for (int waited = 0; waited < 10000 && (SaverState(flight) < 0 || SaverState(control) < 0); waited += 100)
+    SleepMs(100);
+  ASSERT_EQ(SaverState(flight), 0);
+  ASSERT_EQ(SaverState(control), 0);
+
+  const std::string window = flight.Fly();
+  ASSERT_FALSE(window.empty());
+  const Clock::time_point go = Clock::now();
+  long covered_at = -1, control_covered_at = -1, most_idle = 0;
+  while (MsSince(go) < 90000 && covered_at < 0) {
+    if (SaverState(flight) != 0) covered_at = MsSince(go);
+    if (control_covered_at < 0 && SaverState(control) > 0) control_covered_at = MsSince(go);
+    most_idle = std::max(most_idle, ServerIdleMs(flight));
+    SleepMs(500);
+  }
+  EXPECT_EQ(covered_at, -1) << "the flight was covered " << covered_at << " ms after GO";
+  EXPECT_TRUE(flight.Running()) << "exit status " << flight.ExitStatus() << ": " << flight.Stderr();
+  // The control blanks about a minute after its daemon started, a few seconds before GO.
+  EXPECT_GT(control_covered_at, kSaverTimeoutMs - 10000);
+  EXPECT_LT(control_covered_at, kSaverTimeoutMs + 5000);
+  // The X server's own idle clock is started over with every nudge while the flight is shown...
+  EXPECT_GE(most_idle, 0);
+  EXPECT_LT(most_idle, kIdleNudgeMs + 2000);
+  EXPECT_GT(ServerIdleMs(control), 90000 - 10000);
+
+  // ...and left to run once the flight is minimised.
+  flight.Xdo("windowminimize --sync " + window);
+  const Clock::time_point minimised = Clock::now();
+  while (MsSince(minimised) < 3 * kIdleNudgeMs && ServerIdleMs(flight) < kIdleNudgeMs + 2000) SleepMs(500);
+  EXPECT_GE(ServerIdleMs(flight), kIdleNudgeMs + 2000);
+  EXPECT_EQ(SaverState(flight), 0);
+}
+
+}  // namespace
+}  // namespace lumox::e2e

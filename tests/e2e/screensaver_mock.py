@@ -1,0 +1,14 @@
+'''org.freedesktop.ScreenSaver as the desktops offer it: Inhibit hands out a new cookie each
+time, UnInhibit takes one back. Calls are logged by dbusmock (-l).'''
+
+BUS_NAME = 'org.freedesktop.ScreenSaver'
+MAIN_OBJ = '/org/freedesktop/ScreenSaver'
+MAIN_IFACE = 'org.freedesktop.ScreenSaver'
+SYSTEM_BUS = False
+
+
+def load(mock, parameters):
+    mock.AddMethods(MAIN_IFACE, [
+        ('Inhibit', 'ss', 'u', 'ret = 1000 + len(self.call_log)'),
+        ('UnInhibit', 'u', '', ''),
+    ])
