@@ -2,14 +2,16 @@
 
 namespace lumox {
 
-bool Surface_Render(StarField& field, const GlApi& gl) {
+bool Surface_Render(StarField& field, const GlApi& gl, double device_pixel_ratio) {
   gl.MatrixMode(gl::kProjection);
   gl.LoadIdentity();
   gl.Perspective(55.0, 2.0, 0.001, 3.0);
   gl.MatrixMode(gl::kModelview);  // the camera: never loaded with the identity
   gl.ClearColor(0.0f, 0.0f, 0.0f, 1.0f);
   gl.Clear(gl::kColorBufferBit);
-  gl.PointSize(field.StarSize);
+  // At scale 1 the size goes to GL untouched.
+  gl.PointSize(device_pixel_ratio == 1.0 ? field.StarSize
+                                         : static_cast<float>(static_cast<double>(field.StarSize) * device_pixel_ratio));
   gl.Enable(gl::kPointSmooth);
   gl.Translatef(0.0f, 0.0f, field.Speed);
   field.CameraZ = field.CameraZ - field.Speed;  // shadows the matrix's z translation

@@ -6,6 +6,8 @@ namespace lumox {
 
 // One frame: rebuilds the projection, moves the camera by one Speed and one Rotn step on the
 // never-reset modelview matrix, and draws every live star as a point. Always returns false.
-bool Surface_Render(StarField& field, const GlApi& gl);
+// StarSize is in the window's logical pixels; `device_pixel_ratio` turns it into the device
+// pixels GL sizes points in, so a star covers the same part of the screen at any scale.
+bool Surface_Render(StarField& field, const GlApi& gl, double device_pixel_ratio = 1.0);
 
 }  // namespace lumox

@@ -22,6 +22,8 @@ namespace lumox {
 namespace {
 SurfaceWindow* g_instance = nullptr;
 
+bool IsWayland() { return QGuiApplication::platformName().startsWith(QStringLiteral("wayland")); }
+
 class NoAltMenuStyle : public QProxyStyle {
  public:
   int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
@@ -141,7 +143,7 @@ void SurfaceWindow::Timer2_Action() { lumox::Timer2_Action(*this); }
 
 bool SurfaceWindow::Surface_Render() {
   if (FpsShown()) return RenderWithReadout(*this, MesaGl(), fps_readout_.Frame(), MesaOverlayGl());
-  return lumox::Surface_Render(*this, MesaGl());
+  return lumox::Surface_Render(*this, MesaGl(), surface_->devicePixelRatio());
 }
 
 void SurfaceWindow::Event_Paint() { surface_->Render(); }
@@ -163,20 +165,42 @@ void SurfaceWindow::Event_Minimize() {
   setWindowState(windowState() & ~Qt::WindowFullScreen);
 }
 
+void SurfaceWindow::ShowAbove(QWidget* window) {
+  // A Wayland compositor gives no focus to a new window over a full-screen one (sway) unless it
+  // belongs to it, and that has to be said before the window is mapped.
+  if (IsWayland() && !window->isVisible()) {
+    window->winId();
+    window->windowHandle()->setTransientParent(windowHandle());
+  }
+  window->show();
+}
+
 bool SurfaceWindow::_About_Action(int) {
-  wAbout::Instance()->show();
+  ShowAbove(wAbout::Instance());
   return true;
 }
 
 void SurfaceWindow::ShowPrefs() {
   wPrefs* prefs = wPrefs::Instance();
-  prefs->show();
+  ShowAbove(prefs);
   prefs->raise();
   prefs->activateWindow();
 }
 
 void SurfaceWindow::LeaveFullScreen() {
   menuBar()->setVisible(true);
+  if (IsWayland()) {
+    // A Wayland compositor sizes a window it has mapped (a tiling one keeps it in its tile, others
+    // give back the size before full screen) and places every window itself. A window mapped
+    // anew with a fixed size is laid out as a floating one of that size, whatever the compositor.
+    hide();
+    setWindowState(Qt::WindowNoState);
+    setFixedSize(EscapedGeometry().size());
+    show();
+    fixed_for_map_ = true;
+    RequestActivation();
+    return;
+  }
   setWindowState(windowState() & ~(Qt::WindowFullScreen | Qt::WindowMaximized));
   setGeometry(EscapedGeometry());
   RequestActivation();
@@ -191,6 +215,12 @@ void SurfaceWindow::StartWindowed() {
 void SurfaceWindow::changeEvent(QEvent* event) {
   QMainWindow::changeEvent(event);
   if (event->type() == QEvent::ActivationChange && !isActiveWindow()) keys_down_.Clear();  // releases go elsewhere
+  if (event->type() == QEvent::ActivationChange && isActiveWindow() && fixed_for_map_) {
+    // Mapped and laid out: from here on the user may resize it again.
+    fixed_for_map_ = false;
+    setMinimumSize(64, 64);
+    setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+  }
   if (event->type() != QEvent::WindowStateChange) return;
   const auto old_state = static_cast<QWindowStateChangeEvent*>(event)->oldState();
   const Qt::WindowStates state = windowState();

@@ -77,6 +77,8 @@ class SurfaceWindow : public QMainWindow, public StarField {
   void LeaveFullScreen();
   QRect EscapedGeometry() const;
   void ShowPrefs();
+  // Shows a small window of the flight's, focused and above it.
+  void ShowAbove(QWidget* window);
   void UpdateFlightShown();
 
   OpenGLSurface* surface_ = nullptr;
@@ -87,6 +89,8 @@ class SurfaceWindow : public QMainWindow, public StarField {
   // Since escape took the window out of full screen; a maximize the window manager reports
   // within kWindowManagerEcho ms of that is its own doing.
   QElapsedTimer left_full_screen_;
+  // On Wayland, between escape's new map of the window and its activation: fixed at its size.
+  bool fixed_for_map_ = false;
   static constexpr int kWindowManagerEcho = 2000;
   FpsReadout fps_readout_;
   bool flight_shown_ = false;

@@ -53,5 +53,35 @@ TEST(Frame, AnEmptyFieldStillMovesTheCameraAndAFullOneDrawsAllStars) {
   EXPECT_EQ(recorder.Calls().size(), 14u + 14u + 2u * 50000u);
 }
 
+// On a HiDPI screen GL sizes points in device pixels: the size sent is StarSize times the
+// window's ratio, and nothing else in the frame changes. At ratio 1 the calls are those above.
+TEST(Frame, PointSizeFollowsTheDevicePixelRatio) {
+  auto frame = [](double ratio) {
+    StarField field;
+    field.StarMax = 3;
+    field.StarSize = 1.44f;
+    GlRecorder recorder(&field);
+    Surface_Render(field, recorder.Api(), ratio);
+    return recorder.Calls();
+  };
+  const std::vector<GlCall> plain = [] {
+    StarField field;
+    field.StarMax = 3;
+    field.StarSize = 1.44f;
+    GlRecorder recorder(&field);
+    Surface_Render(field, recorder.Api());
+    return recorder.Calls();
+  }();
+  EXPECT_EQ(frame(1.0), plain);
+  EXPECT_EQ(plain[6], Call("glPointSize", 1.44f));
+  for (const auto& [ratio, bits] : {std::pair{2.0, 0x403851ECu}, {1.5, 0x400A3D71u}, {1.25, 0x3FE66667u}}) {
+    std::vector<GlCall> calls = frame(ratio);
+    ASSERT_EQ(calls.size(), plain.size());
+    EXPECT_EQ(testing::Bits(static_cast<float>(calls[6].args[0])), bits) << ratio;
+    calls[6] = plain[6];
+    EXPECT_EQ(calls, plain) << ratio;
+  }
+}
+
 }  // namespace
 }  // namespace lumox

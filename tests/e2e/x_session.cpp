@@ -110,7 +110,8 @@ Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   inotify_add_watch(inotify_, data_.c_str(), IN_MOVED_TO | IN_CREATE);
   stderr_ = data_ + ".stderr";
   if (!options.start_lumox) return;
-  std::vector<std::string> lumox = {"env", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_};
+  // Without the Wayland display of a desktop the tests may run on, Qt takes this X server.
+  std::vector<std::string> lumox = {"env", "-u", "WAYLAND_DISPLAY", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_};
   lumox.insert(lumox.end(), options.env.begin(), options.env.end());
   lumox.push_back(LUMOX_EXE);
   lumox.insert(lumox.end(), options.lumox_args.begin(), options.lumox_args.end());
