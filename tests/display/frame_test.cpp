@@ -60,7 +60,7 @@ TEST(Frame, PointSizeFollowsTheDevicePixelRatio) {
     StarField field;
     field.StarMax = 3;
     field.StarSize = 1.44f;
-    GlRecorder recorder(&field);
+    GlRecorder recorder;
     Surface_Render(field, recorder.Api(), ratio);
     return recorder.Calls();
   };
@@ -68,7 +68,7 @@ TEST(Frame, PointSizeFollowsTheDevicePixelRatio) {
     StarField field;
     field.StarMax = 3;
     field.StarSize = 1.44f;
-    GlRecorder recorder(&field);
+    GlRecorder recorder;
     Surface_Render(field, recorder.Api());
     return recorder.Calls();
   }();
