@@ -66,15 +66,7 @@ class MockBus {
 
  private:
   std::string Log() const { return dir_.path + "/calls.log"; }
-  static std::string Run(const std::string& command) {
-    std::string out;
-    if (FILE* pipe = popen(command.c_str(), "r")) {
-      char buffer[512];
-      for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-      pclose(pipe);
-    }
-    return out;
-  }
+  static std::string Run(const std::string& command) { return RunCommand(command); }
 
   TempDir dir_;
   pid_t pid_ = -1;

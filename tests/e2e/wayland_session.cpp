@@ -115,14 +115,7 @@ WaylandSession::~WaylandSession() {
 }
 
 std::string WaylandSession::Shell(const std::string& command) const {
-  const std::string full = user_env_ + "sh -c '" + command + "'";
-  std::string out;
-  if (FILE* pipe = popen(full.c_str(), "r")) {
-    char buffer[4096];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-    pclose(pipe);
-  }
-  return out;
+  return RunCommand(user_env_ + "sh -c '" + command + "'");
 }
 
 QImage WaylandSession::Screenshot() const {

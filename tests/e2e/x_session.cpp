@@ -130,16 +130,17 @@ Session::~Session() {
   std::filesystem::remove(stderr_, ignored);
 }
 
-std::string Session::Shell(const std::string& command) const {
-  const std::string full = "DISPLAY=" + display_ + " " + command;
+std::string RunCommand(const std::string& command) {
   std::string out;
-  if (FILE* pipe = popen(full.c_str(), "r")) {
+  if (FILE* pipe = popen(command.c_str(), "r")) {
     char buffer[4096];
     for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
     pclose(pipe);
   }
   return out;
 }
+
+std::string Session::Shell(const std::string& command) const { return RunCommand("DISPLAY=" + display_ + " " + command); }
 
 QImage Session::Screenshot() const {
   const std::string path = std::filesystem::temp_directory_path() / ("lumox-shot-" + std::to_string(getpid()) + ".png");

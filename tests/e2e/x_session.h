@@ -94,6 +94,8 @@ class Session {
 };
 
 void SleepMs(int ms);
+// Runs a shell command; gives its standard output.
+std::string RunCommand(const std::string& command);
 // Polls `done` until it holds or `ms` pass; gives whether it held.
 bool WaitFor(const std::function<bool()>& done, int ms = 10000);
 // A helper process (a bus, a mocked service, a screensaver) in its own process group, with no
