@@ -10,6 +10,7 @@
 #include "display/surface_window.h"
 #include "settings/prefs_window.h"
 #include "shell/about_window.h"
+#include "shell/launch.h"
 #include "shell/startup_window.h"
 
 namespace {
@@ -39,6 +40,7 @@ int main(int argc, char** argv) {
   QTemporaryDir data_home;
   qputenv("XDG_DATA_HOME", data_home.path().toUtf8());
   QApplication app(argc, argv);
+  lumox::WireDisplay();
   ::testing::UnitTest::GetInstance()->listeners().Append(new FreshRun(data_home.path()));
   return RUN_ALL_TESTS();
 }

@@ -10,17 +10,12 @@
 #include <QWindow>
 
 #include "display/flight_options.h"
-#include "display/frame.h"
-#include "display/gl_api.h"
-#include "settings/prefs_store.h"
-#include "settings/prefs_window.h"
-#include "shell/about_window.h"
-#include "shell/app.h"
 
 namespace lumox {
 
 namespace {
 SurfaceWindow* g_instance = nullptr;
+DisplayWiring g_wiring;
 
 bool IsWayland() { return QGuiApplication::platformName().startsWith(QStringLiteral("wayland")); }
 
@@ -51,15 +46,16 @@ SurfaceWindow* SurfaceWindow::Instance() {
 
 SurfaceWindow* SurfaceWindow::Existing() { return g_instance; }
 
-SurfaceWindow::SurfaceWindow() : timer2_([this] { Timer2_Action(); }) {
+void SurfaceWindow::SetWiring(DisplayWiring wiring) { g_wiring = std::move(wiring); }
+
+SurfaceWindow::SurfaceWindow() {
   g_instance = this;
   setWindowTitle(QStringLiteral("Lumox"));
   setWindowFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowMaximizeButtonHint | Qt::CustomizeWindowHint);
   setMinimumSize(64, 64);
   resize(970, 630);
 
-  surface_ = new OpenGLSurface([this] { return Surface_Render(); }, [this] { Event_Paint(); });
-  QWidget* holder = QWidget::createWindowContainer(surface_, this);
+  QWidget* holder = QWidget::createWindowContainer(Surface(), this);
   holder->setFocusPolicy(Qt::NoFocus);
   setCentralWidget(holder);
   setFocusPolicy(Qt::StrongFocus);
@@ -67,12 +63,7 @@ SurfaceWindow::SurfaceWindow() : timer2_([this] { Timer2_Action(); }) {
   auto* menu_style = new NoAltMenuStyle;
   menu_style->setParent(menuBar());
   menuBar()->setStyle(menu_style);
-  MainMenuBar::Instance().AttachTo(this);
-  MainMenuBar::Instance().AddMenuHandlers(this, [this](int index) { return _About_Action(index); });
-
-  timer1_.setTimerType(Qt::PreciseTimer);
-  timer1_.setInterval(30);
-  connect(&timer1_, &QTimer::timeout, this, &SurfaceWindow::Timer1_Action);
+  g_wiring.attach_menu(this);
 }
 
 SurfaceWindow::~SurfaceWindow() {
@@ -90,21 +81,15 @@ void SurfaceWindow::Event_Open() {
   menuBar()->setVisible(false);
   setWindowState(Qt::WindowFullScreen);
   SetApplicationCursor(Qt::BlankCursor);
-  CameraZ = 0.0f;
   escaped = false;
 
   Settings settings = DefaultSettings(screen.width());
   // A file that is there but can't be read leaves the defaults too, and is left alone at quit
   // unless the settings window is opened.
-  ini_file_changed = LoadPrefsFile(settings) == PrefsFileState::Absent;
-  ApplySettings(settings);
-  StarMax = HoldStarMax(StarMax);
-  ResetTimer2Period();
+  ini_file_changed = g_wiring.load_settings(settings);
   setCursor(Qt::ArrowCursor);
-  GenerateStars(*this);
-  Event_Paint();
+  TakeOff(settings);
   Event_Maximize();
-  timer1_.start();
   // Some window managers (xfwm4) give a new window no keyboard focus unless it asks.
   RequestActivation();
 }
@@ -114,45 +99,11 @@ void SurfaceWindow::RequestActivation() {
   activateWindow();
 }
 
-void SurfaceWindow::ApplySettings(const Settings& s) {
-  Rotn = s.Rotn;
-  Speed = s.Speed;
-  ColourSpread = s.ColourSpread;
-  StarSize = s.StarSize;
-  StarMax = s.StarMax;
-}
-
-Settings SurfaceWindow::CurrentSettings() const {
-  Settings s;
-  s.Rotn = Rotn;
-  s.Speed = Speed;
-  s.ColourSpread = ColourSpread;
-  s.StarSize = StarSize;
-  s.StarMax = StarMax;
-  return s;
-}
-
-void SurfaceWindow::ResetTimer2Period() { timer2_.SetPeriod(Timer2Period(StarMax, Speed)); }
-
-void SurfaceWindow::Timer1_Action() {
-  ShadeStars(*this);
-  surface_->Render();
-}
-
-void SurfaceWindow::Timer2_Action() { lumox::Timer2_Action(*this); }
-
-bool SurfaceWindow::Surface_Render() {
-  if (FpsShown()) return RenderWithReadout(*this, MesaGl(), fps_readout_.Frame(), MesaOverlayGl());
-  return lumox::Surface_Render(*this, MesaGl(), surface_->devicePixelRatio());
-}
-
-void SurfaceWindow::Event_Paint() { surface_->Render(); }
-
 void SurfaceWindow::Event_Close() {
   if (closed_) return;
   closed_ = true;
   // A failed write costs nothing more: the old file stays whole and the program still quits.
-  if (ini_file_changed) SavePrefsFile(CurrentSettings());
+  if (ini_file_changed) g_wiring.save_settings(CurrentSettings());
 }
 
 void SurfaceWindow::Event_Maximize() {
@@ -176,12 +127,12 @@ void SurfaceWindow::ShowAbove(QWidget* window) {
 }
 
 bool SurfaceWindow::_About_Action(int) {
-  ShowAbove(wAbout::Instance());
+  ShowAbove(g_wiring.about_window());
   return true;
 }
 
 void SurfaceWindow::ShowPrefs() {
-  wPrefs* prefs = wPrefs::Instance();
+  QWidget* prefs = g_wiring.prefs_window();
   ShowAbove(prefs);
   prefs->raise();
   prefs->activateWindow();
@@ -301,7 +252,7 @@ void SurfaceWindow::Event_KeyDown() {
     switch (effect.kind) {
       case DisplayKeyEffect::Kind::LeaveFullScreen: LeaveFullScreen(); break;
       case DisplayKeyEffect::Kind::Restore: showNormal(); break;
-      case DisplayKeyEffect::Kind::SetTimer2Period: timer2_.SetPeriod(effect.period); break;
+      case DisplayKeyEffect::Kind::SetTimer2Period: Timer2()->SetPeriod(effect.period); break;
       case DisplayKeyEffect::Kind::ShowPrefs: ShowPrefs(); break;
     }
   }

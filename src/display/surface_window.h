@@ -1,43 +1,44 @@
 #pragma once
 #include <QElapsedTimer>
 #include <QMainWindow>
-#include <QTimer>
+#include <functional>
 
 #include "display/display_keys.h"
-#include "display/fps_readout.h"
+#include "display/flight.h"
 #include "display/key_glue.h"
-#include "display/opengl_surface.h"
-#include "display/sweep_timer.h"
-#include "starfield/star_field.h"
 
 namespace lumox {
 
-// The display window: owns the stars, the five settings, CameraZ, both timers and the GL
-// surface. Its fields are plain and public: the keys and the settings window write them and
-// the timers read them at their next pass.
-class SurfaceWindow : public QMainWindow, public StarField {
+// What the display window takes from the program around it: the settings file, the settings
+// and about windows, the menu. The shell fills it in before the window first opens.
+struct DisplayWiring {
+  // Fills in the settings from the file when there is one to read; gives whether the settings
+  // are due to be written at quit (there was no file).
+  std::function<bool(Settings&)> load_settings;
+  std::function<void(const Settings&)> save_settings;
+  std::function<QWidget*()> prefs_window;
+  std::function<QWidget*()> about_window;
+  std::function<void(QMainWindow*)> attach_menu;
+};
+
+// The display window: hosts the flight full screen or in its window, with the keys, the menu
+// and the settings window around it. The flight's fields are plain and public: the keys and the
+// settings window write them and the timers read them at their next pass.
+class SurfaceWindow : public QMainWindow, public Flight {
   Q_OBJECT
  public:
+  static void SetWiring(DisplayWiring wiring);
   // The one display window; the first call creates it and runs its opening inside the call.
   static SurfaceWindow* Instance();
   // The window if it exists, without creating one.
   static SurfaceWindow* Existing();
   ~SurfaceWindow() override;
 
-  OpenGLSurface* Surface() const { return surface_; }
-  QTimer* Timer1() { return &timer1_; }
-  SweepTimer* Timer2() { return &timer2_; }
-
   bool ini_file_changed = false;
   bool escaped = false;
 
-  void Timer1_Action();
-  void Timer2_Action();
-  bool Surface_Render();
-
   // Closing step: writes the settings file when it is due. Runs once, at quit.
   void Event_Close();
-  void Event_Paint();
   void Event_Maximize();
   void Event_Minimize();
   // Carries out the key handler for the keys that are down now.
@@ -51,11 +52,6 @@ class SurfaceWindow : public QMainWindow, public StarField {
 
   // Asks the window manager for the keyboard focus.
   void RequestActivation();
-
-  // Timer2's period from the present StarMax and Speed.
-  void ResetTimer2Period();
-  Settings CurrentSettings() const;
-  void ApplySettings(const Settings& settings);
 
  signals:
   // The flight came on screen (mapped and not minimised: after the opening, or restored) or
@@ -81,9 +77,6 @@ class SurfaceWindow : public QMainWindow, public StarField {
   void ShowAbove(QWidget* window);
   void UpdateFlightShown();
 
-  OpenGLSurface* surface_ = nullptr;
-  QTimer timer1_;
-  SweepTimer timer2_;
   KeysDown keys_down_;
   bool closed_ = false;
   // Since escape took the window out of full screen; a maximize the window manager reports
@@ -92,7 +85,6 @@ class SurfaceWindow : public QMainWindow, public StarField {
   // On Wayland, between escape's new map of the window and its activation: fixed at its size.
   bool fixed_for_map_ = false;
   static constexpr int kWindowManagerEcho = 2000;
-  FpsReadout fps_readout_;
   bool flight_shown_ = false;
 };
 

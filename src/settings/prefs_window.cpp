@@ -14,7 +14,7 @@
 #include "display/x11_hints.h"
 #include "settings/prefs_keys.h"
 #include "settings/slider_scales.h"
-#include "shell/text_style.h"
+#include "settings/text_style.h"
 #include "starfield/star_field.h"
 
 namespace lumox {

@@ -6,7 +6,7 @@
 
 #include "display/surface_window.h"
 #include "shell/pictures.h"
-#include "shell/text_style.h"
+#include "settings/text_style.h"
 
 namespace lumox {
 

@@ -5,6 +5,10 @@
 
 #include "display/flight_options.h"
 #include "display/surface_window.h"
+#include "settings/prefs_store.h"
+#include "settings/prefs_window.h"
+#include "shell/about_window.h"
+#include "shell/app.h"
 #include "shell/my_lib.h"
 #include "shell/startup_window.h"
 
@@ -21,6 +25,21 @@ QString ApplyCommandLine(const CommandLine& line) {
   }
   SetFpsShown(line.fps);
   return {};
+}
+
+void WireDisplay() {
+  DisplayWiring wiring;
+  wiring.load_settings = [](Settings& settings) { return LoadPrefsFile(settings) == PrefsFileState::Absent; };
+  wiring.save_settings = [](const Settings& settings) { SavePrefsFile(settings); };
+  wiring.prefs_window = [] { return wPrefs::Instance(); };
+  wiring.about_window = [] { return wAbout::Instance(); };
+  wiring.attach_menu = [](QMainWindow* display) {
+    MainMenuBar::Instance().AttachTo(display);
+    MainMenuBar::Instance().AddMenuHandlers(display, [display](int index) {
+      return static_cast<SurfaceWindow*>(display)->_About_Action(index);
+    });
+  };
+  SurfaceWindow::SetWiring(std::move(wiring));
 }
 
 void FlyNow(bool windowed) {

@@ -10,6 +10,10 @@ namespace lumox {
 // choice that can't be met (a screen that is not there), or "" when all is set.
 QString ApplyCommandLine(const CommandLine& line);
 
+// Gives the display window the settings file, the settings and about windows and the menu.
+// Called once, before any display window opens.
+void WireDisplay();
+
 // The flight without the start window: the data folder made as the start window makes it, then
 // the display window, in full screen or in its window as after the first escape.
 void FlyNow(bool windowed);

@@ -34,6 +34,7 @@ int main(int argc, char** argv) {
     return UsageError(error);
 
   lumox::MainMenuBar::Instance();
+  lumox::WireDisplay();
   lumox::QuitOnSignals();
   lumox::RunClosingStepAtExit();
   lumox::IdleInhibitor keep_awake;  // the screen stays awake while the flight is shown

@@ -11,7 +11,7 @@
 #include "shell/my_lib.h"
 #include "shell/pictures.h"
 #include "shell/placement.h"
-#include "shell/text_style.h"
+#include "settings/text_style.h"
 
 namespace lumox {
 
