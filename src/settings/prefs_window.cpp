@@ -95,15 +95,15 @@ wPrefs::wPrefs(QWidget* parent)
   PushButton1->setDefault(true);
   PushButton2 = button("PushButton2", {219, 181, 80, 20}, "Cancel");
   PushButton2->setVisible(false);
-  Slider1 = slider("Slider1", {137, 17, 254, 23}, 2, 15, 1000);
+  Slider1 = slider("Slider1", {137, 17, 254, 23}, kSpeedSlider.low, 15, kSpeedSlider.high);
   Label1 = label("Label1", {20, 16, 100, 20}, "Speed", Qt::AlignLeft);
-  Slider2 = slider("Slider2", {137, 78, 254, 23}, 100, 15000, 50000);
+  Slider2 = slider("Slider2", {137, 78, 254, 23}, kStarsSlider.low, 15000, kStarsSlider.high);
   Label2 = label("Label2", {20, 78, 100, 20}, "Number of stars", Qt::AlignLeft);
-  Slider3 = slider("Slider3", {137, 142, 254, 23}, 50, 170, 255);
+  Slider3 = slider("Slider3", {137, 142, 254, 23}, kColourSpreadSlider.low, 170, kColourSpreadSlider.high);
   Label3 = label("Label3", {20, 142, 100, 20}, "Colour spread", Qt::AlignLeft);
-  Slider4 = slider("Slider4", {137, 46, 254, 23}, -2000, 0, 2000);
+  Slider4 = slider("Slider4", {137, 46, 254, 23}, kRotationSlider.low, 0, kRotationSlider.high);
   Label4 = label("Label4", {20, 46, 100, 20}, "Rotation", Qt::AlignLeft);
-  Slider5 = slider("Slider5", {137, 110, 254, 23}, 5, 15, 150);
+  Slider5 = slider("Slider5", {137, 110, 254, 23}, kStarSizeSlider.low, 15, kStarSizeSlider.high);
   PushButton3 = button("PushButton3", {20, 181, 131, 20}, "Restore Defaults");
   Label5 = label("Label5", {20, 110, 100, 20}, "Star size", Qt::AlignLeft);
 

@@ -2,6 +2,8 @@
 
 #include <QCommandLineOption>
 #include <QCommandLineParser>
+#include <algorithm>
+#include <cmath>
 
 namespace lumox {
 
@@ -19,6 +21,19 @@ const QCommandLineOption kScreen("screen",
                                  "default star size and star count. Without this option, the primary screen.",
                                  "screen");
 const QCommandLineOption kFps("fps", "Show the frames per second and the CPU use in the lower left of the flight.");
+const QCommandLineOption kRoot("root",
+                               "Be an XScreenSaver display mode: draw the flight alone into the window named by "
+                               "XSCREENSAVER_WINDOW, else into the root window. The settings file is read, never "
+                               "written.");
+const QCommandLineOption kWindowId("window-id", "As --root, but draw into the X window with this id (decimal or 0x hex).",
+                                   "id");
+// The settings a display mode may set, in the settings file's units, each held to its slider's range.
+const QCommandLineOption kSpeed("speed", "With --root or --window-id: the speed, 0.0002 to 0.1.", "speed");
+const QCommandLineOption kRotation("rotation", "With --root or --window-id: the rotation, -2000 to 2000.", "rotation");
+const QCommandLineOption kStars("stars", "With --root or --window-id: the number of stars, 100 to 50000.", "stars");
+const QCommandLineOption kStarSize("star-size", "With --root or --window-id: the star size, 0.5 to 15.", "size");
+const QCommandLineOption kColourSpread("colour-spread", "With --root or --window-id: the colour spread, 50 to 255.",
+                                       "spread");
 
 const char kDescription[] =
     "Lumox flies through a field of coloured stars.\n"
@@ -32,7 +47,47 @@ const char kDescription[] =
 void SetUp(QCommandLineParser& parser) {
   parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
   parser.setApplicationDescription(QString::fromUtf8(kDescription));
-  parser.addOptions({kHelp, kVersion, kGo, kWindow, kScreen, kFps});
+  parser.addOptions({kHelp, kVersion, kGo, kWindow, kScreen, kFps, kRoot, kWindowId, kSpeed, kRotation, kStars,
+                     kStarSize, kColourSpread});
+}
+
+// The value of a settings option when given; sets `error` when it is not a finite number.
+std::optional<double> Number(const QCommandLineParser& parser, const QCommandLineOption& option, QString& error) {
+  if (!parser.isSet(option)) return std::nullopt;
+  bool ok = false;
+  const double value = parser.value(option).toDouble(&ok);
+  if (ok && std::isfinite(value)) return value;
+  if (error.isEmpty())
+    error = QStringLiteral("'--%1' needs a number, not '%2'.").arg(option.names().first(), parser.value(option));
+  return std::nullopt;
+}
+
+// What the display mode's options ask for, and which options can't go together.
+void ReadDisplayMode(const QCommandLineParser& parser, CommandLine& line) {
+  QString& error = line.error;
+  line.root = parser.isSet(kRoot);
+  if (parser.isSet(kWindowId)) {
+    line.window_id = ParseWindowId(parser.value(kWindowId));
+    if (!line.window_id && error.isEmpty())
+      error = QStringLiteral("'--window-id' needs an X window id, not '%1'.").arg(parser.value(kWindowId));
+  }
+  line.settings.speed = Number(parser, kSpeed, error);
+  line.settings.rotation = Number(parser, kRotation, error);
+  line.settings.stars = Number(parser, kStars, error);
+  line.settings.star_size = Number(parser, kStarSize, error);
+  line.settings.colour_spread = Number(parser, kColourSpread, error);
+  if (!error.isEmpty()) return;
+  const bool mode = line.root || parser.isSet(kWindowId);
+  if (line.root && parser.isSet(kWindowId))
+    error = QStringLiteral("'--root' and '--window-id' can't go together.");
+  else if (mode && (line.go || !line.screen.isEmpty()))
+    error = QStringLiteral("'--go', '--window' and '--screen' can't go with '--root' or '--window-id'.");
+  else if (!mode)
+    for (const QCommandLineOption& option : {kSpeed, kRotation, kStars, kStarSize, kColourSpread})
+      if (parser.isSet(option)) {
+        error = QStringLiteral("'--%1' goes with '--root' or '--window-id' only.").arg(option.names().first());
+        break;
+      }
 }
 
 }  // namespace
@@ -52,6 +107,7 @@ CommandLine ParseCommandLine(const QStringList& arguments) {
   line.screen = parser.value(kScreen);
   if (line.error.isEmpty() && parser.isSet(kScreen) && line.screen.isEmpty())
     line.error = QStringLiteral("The screen may not be empty.");
+  ReadDisplayMode(parser, line);
   return line;
 }
 
@@ -68,6 +124,20 @@ QString HelpText() {
   QString text = parser.helpText();
   text.replace(0, text.indexOf(QLatin1String(" [options]")), QStringLiteral("Usage: lumox"));
   return text;
+}
+
+std::optional<uint32_t> ParseWindowId(const QString& text) {
+  const bool hex = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive);
+  const QString digits = hex ? text.mid(2) : text;
+  // Digits only, as the number was written: no sign, blank or second prefix.
+  const bool plain = !digits.isEmpty() && std::all_of(digits.begin(), digits.end(), [hex](QChar c) {
+    const char a = c.toLatin1();
+    return (a >= '0' && a <= '9') || (hex && ((a >= 'a' && a <= 'f') || (a >= 'A' && a <= 'F')));
+  });
+  bool ok = false;
+  const qulonglong id = digits.toULongLong(&ok, hex ? 16 : 10);
+  if (!plain || !ok || id == 0 || id > UINT32_MAX) return std::nullopt;
+  return static_cast<uint32_t>(id);
 }
 
 QString VersionText() { return QStringLiteral("lumox " LUMOX_VERSION "\n"); }

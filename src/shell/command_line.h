@@ -4,6 +4,10 @@
 // Qt has taken out the options it knows itself (-platform and the rest).
 #include <QString>
 #include <QStringList>
+#include <cstdint>
+#include <optional>
+
+#include "settings/setting_options.h"
 
 namespace lumox {
 
@@ -14,6 +18,10 @@ struct CommandLine {
   bool window = false;  // the flight in its 600x400 window rather than full screen; implies go
   bool fps = false;     // frames per second and CPU use over the flight
   QString screen;       // number or name of the flight's screen; empty for the primary screen
+  // The screensaver's display mode: the flight alone, drawn into a window of another program's.
+  bool root = false;                    // into $XSCREENSAVER_WINDOW, else the (virtual) root window
+  std::optional<uint32_t> window_id;    // into this X window
+  SettingOptions settings;              // single settings over the file's, in that mode only
   QString error;        // one line saying what is wrong; empty when the arguments are good
 };
 
@@ -26,6 +34,9 @@ QString HelpText();
 QString VersionText();
 // The line that follows an error message on standard error.
 QString UsageHint();
+
+// An X window id as XScreenSaver passes it, decimal or 0x hex; empty for anything else or 0.
+std::optional<uint32_t> ParseWindowId(const QString& text);
 
 // The index of the screen that `wanted` names, by its name or by its number from 0; -1 if none.
 int FindScreen(const QString& wanted, const QStringList& names);

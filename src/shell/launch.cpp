@@ -7,6 +7,7 @@
 #include "display/surface_window.h"
 #include "settings/prefs_store.h"
 #include "settings/prefs_window.h"
+#include "settings/setting_options.h"
 #include "shell/about_window.h"
 #include "shell/app.h"
 #include "shell/my_lib.h"
@@ -56,6 +57,30 @@ void ShowStartWindow(bool on_flight_screen) {
     start->PlaceOnScreen();
   }
   start->show();
+}
+
+std::unique_ptr<EmbeddedFlight> StartDisplayMode(const CommandLine& line, QString& error) {
+  if (QGuiApplication::platformName() != QLatin1String("xcb")) {
+    error = QStringLiteral("'--root' and '--window-id' draw into X11 windows, and this display is not X11.");
+    return nullptr;
+  }
+  uint32_t window = line.window_id.value_or(0);
+  if (!window) window = ParseWindowId(qEnvironmentVariable("XSCREENSAVER_WINDOW")).value_or(0);
+  if (!window) window = X11VirtualRoot();
+  const SettingOptions options = line.settings;
+  auto flight = std::make_unique<EmbeddedFlight>(
+      window,
+      [options](int width) {
+        Settings settings = DefaultSettings(width);
+        LoadPrefsFile(settings);  // read only: this mode never writes the file
+        return WithOptions(settings, options);
+      },
+      [] { QCoreApplication::exit(0); });
+  if (!flight->Open()) {
+    error = QStringLiteral("There is no X window 0x%1 to draw into.").arg(window, 0, 16);
+    return nullptr;
+  }
+  return flight;
 }
 
 }  // namespace lumox

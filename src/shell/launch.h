@@ -1,6 +1,9 @@
 #pragma once
 // What the command line changes in the way the program starts, once the application exists.
 #include <QString>
+#include <memory>
+
+#include "display/embedded_flight.h"
 
 #include "shell/command_line.h"
 
@@ -20,5 +23,11 @@ void FlyNow(bool windowed);
 
 // The start window as at every start; centred on the flight's screen when one was chosen.
 void ShowStartWindow(bool on_flight_screen);
+
+// The screensaver's display mode: the flight alone in the window that --window-id names, or for
+// --root in $XSCREENSAVER_WINDOW, else the virtual root. Starts with the settings file's values
+// (the defaults for the window's width without one) and the command line's over them. Gives no
+// flight and says why in `error` when it can't start. The process quits once the window is gone.
+std::unique_ptr<EmbeddedFlight> StartDisplayMode(const CommandLine& line, QString& error);
 
 }  // namespace lumox

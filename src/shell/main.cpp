@@ -19,12 +19,15 @@ int UsageError(const QString& error) {
 
 int main(int argc, char** argv) {
   // --help and --version need no display, so they are answered before Qt looks for one.
-  if (const lumox::CommandLine early = lumox::ParseCommandLine(lumox::ArgumentList(argc, argv));
-      early.help || early.version) {
+  const lumox::CommandLine early = lumox::ParseCommandLine(lumox::ArgumentList(argc, argv));
+  if (early.help || early.version) {
     std::fputs(qPrintable(early.help ? lumox::HelpText() : lumox::VersionText()), stdout);
     return 0;
   }
   lumox::ExitWithoutDisplay(argc, argv);
+  // A screensaver's window is an X11 window, even where Qt would pick Wayland.
+  if ((early.root || early.window_id) && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+    qputenv("QT_QPA_PLATFORM", "xcb");
   QApplication app(argc, argv);
   lumox::SetDesktopIdentity();
   // Qt has taken out the options it knows (-platform and the rest); what is left is ours.
@@ -32,6 +35,17 @@ int main(int argc, char** argv) {
   if (const QString error = options.error.isEmpty() ? lumox::ApplyCommandLine(options) : options.error;
       !error.isEmpty())
     return UsageError(error);
+
+  if (options.root || options.window_id) {
+    QString error;
+    const std::unique_ptr<lumox::EmbeddedFlight> flight = lumox::StartDisplayMode(options, error);
+    if (!flight) {
+      std::fputs(qPrintable(QStringLiteral("lumox: ") + error + QLatin1Char('\n')), stderr);
+      return 1;
+    }
+    lumox::QuitOnSignals();
+    return app.exec();
+  }
 
   lumox::MainMenuBar::Instance();
   lumox::WireDisplay();

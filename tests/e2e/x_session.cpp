@@ -109,12 +109,15 @@ Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   inotify_ = inotify_init1(IN_NONBLOCK);
   inotify_add_watch(inotify_, data_.c_str(), IN_MOVED_TO | IN_CREATE);
   stderr_ = data_ + ".stderr";
-  if (!options.start_lumox) return;
+  if (options.start_lumox) StartLumox(options.lumox_args, options.env);
+}
+
+void Session::StartLumox(const std::vector<std::string>& args, const std::vector<std::string>& env) {
   // Without the Wayland display of a desktop the tests may run on, Qt takes this X server.
   std::vector<std::string> lumox = {"env", "-u", "WAYLAND_DISPLAY", "DISPLAY=" + display_, "XDG_DATA_HOME=" + data_};
-  lumox.insert(lumox.end(), options.env.begin(), options.env.end());
+  lumox.insert(lumox.end(), env.begin(), env.end());
   lumox.push_back(LUMOX_EXE);
-  lumox.insert(lumox.end(), options.lumox_args.begin(), options.lumox_args.end());
+  lumox.insert(lumox.end(), args.begin(), args.end());
   lumox_ = Spawn(lumox, -1, stderr_);
 }
 

@@ -58,6 +58,8 @@ class Session {
   // How many times LumoxPrefs has been put in place whole (linked in new or renamed over).
   int PrefsWrites();
 
+  // Starts lumox with these arguments (for a session made with start_lumox false).
+  void StartLumox(const std::vector<std::string>& args, const std::vector<std::string>& env = {});
   bool Running();
   void Signal(int signal);
   // Waits for lumox to end; gives false if it is still running after `ms`.

@@ -61,10 +61,53 @@ TEST(CommandLine, ScreensAreFoundByNameFirstThenByNumber) {
   EXPECT_EQ(NoSuchScreen("x", {""}), "No screen 'x'; the screens are 0.");  // a screen without a name
 }
 
+TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
+  const CommandLine root = Parse({"-root", "-fps", "-speed", "0.01", "--stars=100", "-star-size", "2.5"});
+  EXPECT_TRUE(root.root && root.fps && !root.go && !root.window_id && root.error.isEmpty()) << root.error.toStdString();
+  EXPECT_EQ(root.settings.speed, 0.01);
+  EXPECT_EQ(root.settings.stars, 100.0);
+  EXPECT_EQ(root.settings.star_size, 2.5);
+  EXPECT_FALSE(root.settings.rotation || root.settings.colour_spread);
+  const CommandLine id = Parse({"-window-id", "0x2A00003", "--rotation", "-40", "--colour-spread", "90"});
+  EXPECT_TRUE(!id.root && id.window_id == 0x2A00003u && id.error.isEmpty()) << id.error.toStdString();
+  EXPECT_EQ(id.settings.rotation, -40.0);
+  EXPECT_EQ(id.settings.colour_spread, 90.0);
+  // Parsed before Qt takes out its own options, the mode is still seen (to choose X11).
+  EXPECT_TRUE(Parse({"-display", ":5", "-root"}).root);
+
+  const struct {
+    QStringList arguments;
+    const char* error;
+  } wrong[] = {
+      {{"--window-id", "0"}, "'--window-id' needs an X window id, not '0'."},
+      {{"--root", "--window-id", "7"}, "'--root' and '--window-id' can't go together."},
+      {{"--root", "--go"}, "'--go', '--window' and '--screen' can't go with '--root' or '--window-id'."},
+      {{"--window-id", "7", "--screen", "1"}, "'--go', '--window' and '--screen' can't go with '--root' or '--window-id'."},
+      {{"--stars", "100"}, "'--stars' goes with '--root' or '--window-id' only."},
+      {{"--root", "--speed", "fast"}, "'--speed' needs a number, not 'fast'."},
+      {{"--root", "--star-size", "inf"}, "'--star-size' needs a number, not 'inf'."},
+      {{"--root", "--rotation", "nan"}, "'--rotation' needs a number, not 'nan'."},
+  };
+  for (const auto& c : wrong) EXPECT_EQ(Parse(c.arguments).error, c.error) << c.arguments.join(' ').toStdString();
+}
+
+TEST(CommandLine, WindowIdsAreDecimalOrHexAndNothingElse) {
+  EXPECT_EQ(ParseWindowId("42"), 42u);
+  EXPECT_EQ(ParseWindowId("0x2a"), 42u);
+  EXPECT_EQ(ParseWindowId("0X2A"), 42u);
+  EXPECT_EQ(ParseWindowId("4294967295"), 4294967295u);
+  EXPECT_EQ(ParseWindowId("0xffffffff"), 4294967295u);
+  for (const char* text : {"", "0", "0x0", "0x", "-5", "+5", " 5", "5 ", "2a", "0xg", "0x0x5", "1e3", "4294967296",
+                           "0x100000000", "\u0664\u0662"})  // the last: Arabic-Indic digits
+    EXPECT_EQ(ParseWindowId(QString::fromUtf8(text)), std::nullopt) << text;
+}
+
 TEST(CommandLine, HelpNamesTheCommandAndEveryOption) {
   const QString help = HelpText();
   EXPECT_TRUE(help.startsWith("Usage: lumox [options]\n")) << help.toStdString();
-  for (const char* option : {"-h, --help ", "-v, --version ", "--go ", "--window ", "--screen <screen> ", "--fps "})
+  for (const char* option : {"-h, --help ", "-v, --version ", "--go ", "--window ", "--screen <screen> ", "--fps ",
+                             "--root ", "--window-id <id> ", "--speed <speed> ", "--rotation <rotation> ",
+                             "--stars <stars> ", "--star-size <size> ", "--colour-spread <spread> "})
     EXPECT_TRUE(help.contains(QStringLiteral("\n  ") + option)) << option;
 }
 

@@ -1,12 +1,12 @@
 // A tiny X client for the end-to-end tests.
 //   x_window probe        maps a window and waits until the window manager frames it: the
 //                         manager is then really managing windows, not just announced.
-//   x_window hold W H     maps a W x H window, prints its id, and keeps it until stdin closes
-//                         or it is destroyed from outside.
+//   x_window hold X Y W H maps an unmanaged W x H window at X, Y (as a screensaver's is), prints
+//                         its id, and keeps it until it is destroyed from outside or the
+//                         program is killed.
 #include <xcb/xcb.h>
 
 #include <poll.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -15,11 +15,12 @@
 
 namespace {
 
-xcb_window_t MakeWindow(xcb_connection_t* c, xcb_screen_t* screen, uint16_t w, uint16_t h) {
+xcb_window_t MakeWindow(xcb_connection_t* c, xcb_screen_t* screen, int x, int y, int w, int h, bool managed) {
   const xcb_window_t window = xcb_generate_id(c);
-  const uint32_t values[] = {screen->black_pixel, XCB_EVENT_MASK_STRUCTURE_NOTIFY};
-  xcb_create_window(c, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, w, h, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
-                    screen->root_visual, XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values);
+  const uint32_t values[] = {screen->black_pixel, managed ? 0u : 1u, XCB_EVENT_MASK_STRUCTURE_NOTIFY};
+  xcb_create_window(c, XCB_COPY_FROM_PARENT, window, screen->root, static_cast<int16_t>(x), static_cast<int16_t>(y),
+                    static_cast<uint16_t>(w), static_cast<uint16_t>(h), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                    screen->root_visual, XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
   const char title[] = "x_window";
   xcb_change_property(c, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, sizeof title - 1, title);
   xcb_map_window(c, window);
@@ -28,7 +29,7 @@ xcb_window_t MakeWindow(xcb_connection_t* c, xcb_screen_t* screen, uint16_t w, u
 }
 
 int Probe(xcb_connection_t* c, xcb_screen_t* screen) {
-  MakeWindow(c, screen, 10, 10);
+  MakeWindow(c, screen, 0, 0, 10, 10, true);
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   pollfd fd{xcb_get_file_descriptor(c), POLLIN, 0};
   while (std::chrono::steady_clock::now() < deadline) {
@@ -43,11 +44,12 @@ int Probe(xcb_connection_t* c, xcb_screen_t* screen) {
   return 1;
 }
 
-int Hold(xcb_connection_t* c, xcb_screen_t* screen, int w, int h) {
-  const xcb_window_t window = MakeWindow(c, screen, static_cast<uint16_t>(w), static_cast<uint16_t>(h));
+int Hold(xcb_connection_t* c, xcb_screen_t* screen, char** xywh) {
+  const xcb_window_t window =
+      MakeWindow(c, screen, std::atoi(xywh[0]), std::atoi(xywh[1]), std::atoi(xywh[2]), std::atoi(xywh[3]), false);
   std::printf("%u\n", window);
   std::fflush(stdout);
-  pollfd fds[2] = {{xcb_get_file_descriptor(c), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+  pollfd fd{xcb_get_file_descriptor(c), POLLIN, 0};
   for (;;) {
     while (xcb_generic_event_t* event = xcb_poll_for_event(c)) {
       const bool gone = (event->response_type & 0x7f) == XCB_DESTROY_NOTIFY;
@@ -55,9 +57,7 @@ int Hold(xcb_connection_t* c, xcb_screen_t* screen, int w, int h) {
       if (gone) return 0;
     }
     if (xcb_connection_has_error(c)) return 1;
-    poll(fds, 2, -1);
-    char byte;
-    if (fds[1].revents && read(STDIN_FILENO, &byte, 1) <= 0) return 0;
+    poll(&fd, 1, -1);
   }
 }
 
@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
   if (xcb_connection_has_error(c)) return 1;
   xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
   if (argc == 2 && std::strcmp(argv[1], "probe") == 0) return Probe(c, screen);
-  if (argc == 4 && std::strcmp(argv[1], "hold") == 0) return Hold(c, screen, std::atoi(argv[2]), std::atoi(argv[3]));
-  std::fprintf(stderr, "usage: x_window probe | x_window hold W H\n");
+  if (argc == 6 && std::strcmp(argv[1], "hold") == 0) return Hold(c, screen, argv + 2);
+  std::fprintf(stderr, "usage: x_window probe | x_window hold X Y W H\n");
   return 2;
 }

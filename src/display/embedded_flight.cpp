@@ -1,0 +1,38 @@
+#include "display/embedded_flight.h"
+
+#include <cmath>
+
+namespace lumox {
+
+EmbeddedFlight::EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended)
+    : window_(window), starting_(std::move(starting)), ended_(std::move(ended)) {}
+
+EmbeddedFlight::~EmbeddedFlight() {
+  Timer1()->stop();
+  delete Surface();  // before the host it is a child of
+}
+
+bool EmbeddedFlight::Open() {
+  // Watched before its size is asked, so no resize falls between the two.
+  watcher_ = std::make_unique<X11WindowWatcher>(window_, [this](QSize size) { Fit(size); }, [this] {
+    Timer1()->stop();
+    ended_();
+  });
+  const std::optional<QSize> size = X11WindowSize(window_);
+  if (!size) return false;
+  host_.reset(QWindow::fromWinId(window_));
+  Surface()->setParent(host_.get());
+  Fit(*size);
+  Surface()->show();
+  TakeOff(starting_(Surface()->width()));
+  return true;
+}
+
+void EmbeddedFlight::Fit(QSize device_size) {
+  // The window's size is in device pixels; the surface's geometry is in logical ones.
+  const qreal ratio = Surface()->devicePixelRatio();
+  Surface()->setGeometry(0, 0, static_cast<int>(std::lround(device_size.width() / ratio)),
+                         static_cast<int>(std::lround(device_size.height() / ratio)));
+}
+
+}  // namespace lumox

@@ -1,0 +1,36 @@
+#pragma once
+#include <QWindow>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "display/flight.h"
+#include "display/x11_host.h"
+
+namespace lumox {
+
+// The flight drawn into a window of another program's (a screensaver's), filling it and
+// following its size. It adds no window, key, menu or pointer of its own: input goes to the
+// host window, which decides when the flight ends.
+class EmbeddedFlight : public Flight {
+ public:
+  // The settings to start with in a window of this width, in logical pixels.
+  using StartingSettings = std::function<Settings(int width)>;
+  // `ended` is called once the host window is gone.
+  EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended);
+  ~EmbeddedFlight() override;
+
+  // Puts the surface into the window and takes off; false when there is no such window.
+  bool Open();
+
+ private:
+  void Fit(QSize device_size);
+
+  uint32_t window_;
+  StartingSettings starting_;
+  std::function<void()> ended_;
+  std::unique_ptr<X11WindowWatcher> watcher_;
+  std::unique_ptr<QWindow> host_;
+};
+
+}  // namespace lumox

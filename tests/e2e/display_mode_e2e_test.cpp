@@ -1,0 +1,112 @@
+// The screensaver's display mode: the real program drawing into a window of the test's own, as
+// XScreenSaver has it draw into its window.
+#include <signal.h>
+#include <xcb/xcb.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "e2e/x_session.h"
+
+namespace lumox::e2e {
+namespace {
+
+const QRect kHost(100, 80, 400, 300);
+
+// A host window at `area`, held by the x_window tool; gives its id in decimal.
+std::string Hold(const Session& session, const QRect& area) {
+  static int count = 0;
+  const std::string file = session.File(".host" + std::to_string(++count));
+  session.Shell(std::string(X_WINDOW) + " hold " + std::to_string(area.x()) + " " + std::to_string(area.y()) + " " +
+                std::to_string(area.width()) + " " + std::to_string(area.height()) + " >" + file + " 2>/dev/null &");
+  std::string id;
+  WaitFor([&] { return std::getline(std::ifstream(file) >> std::ws, id) && !id.empty(); });
+  return id;
+}
+
+std::string Hex(const std::string& decimal) {
+  std::ostringstream hex;
+  hex << "0x" << std::hex << std::stoul(decimal);
+  return hex.str();
+}
+
+// The surface's size as the X server has it: the host's one child.
+std::string ChildSize(const Session& session, const std::string& host) {
+  return session.Shell("xwininfo -children -id " + host + " | sed -n 's/^ *0x[0-9a-f]* \"lumox\".*  \\([0-9x]*\\)+0+0 .*/\\1/p'");
+}
+
+TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt) {
+  Session session({.width = 1280, .height = 800, .start_lumox = false});
+
+  const struct {
+    const char* name;
+    std::vector<std::string> args;
+    bool use_env;  // the host named by XSCREENSAVER_WINDOW rather than on the command line
+  } ways[] = {{"--window-id", {"--window-id"}, false}, {"-root", {"-root"}, true}, {"-window-id", {"-window-id"}, false}};
+  for (const auto& way : ways) {
+    SCOPED_TRACE(way.name);
+    const std::string host = Hold(session, kHost);
+    ASSERT_FALSE(host.empty());
+    std::vector<std::string> args = way.args, env;
+    if (way.use_env)
+      env.push_back("XSCREENSAVER_WINDOW=" + Hex(host));
+    else
+      args.push_back(way.name[1] == '-' ? host : Hex(host));
+    session.StartLumox(args, env);
+
+    // Stars inside the host and nothing anywhere else: the rest of the screen stays black.
+    EXPECT_TRUE(session.WaitForLit(kHost, 200));
+    QImage screen = session.Screenshot().convertToFormat(QImage::Format_RGB32);
+    for (int y = kHost.top(); y <= kHost.bottom(); ++y)
+      for (int x = kHost.left(); x <= kHost.right(); ++x) screen.setPixel(x, y, qRgb(0, 0, 0));
+    EXPECT_EQ(LitPixels(screen), 0);
+    // No window of its own: the one window of lumox's on screen is the host's child.
+    const std::string child = session.Shell("xwininfo -children -id " + host + " | awk '/\"lumox\"/ {print $1}'");
+    EXPECT_EQ(session.Shell("xdotool search --onlyvisible --classname lumox | xargs printf '0x%x\\n'"), child);
+
+    EXPECT_EQ(ChildSize(session, host), "400x300\n");
+    session.Xdo("windowsize " + host + " 640 480");
+    EXPECT_TRUE(WaitFor([&] { return ChildSize(session, host) == "640x480\n"; }));
+    EXPECT_TRUE(session.WaitForLit(QRect(kHost.x() + 400, kHost.y() + 300, 240, 180), 20));
+
+    // The host goes, as the saver's window does when it unblanks: the flight ends with it.
+    session.Xdo("windowkill " + host);
+    EXPECT_TRUE(session.WaitForExit(1000));
+    EXPECT_EQ(session.ExitStatus(), 0);
+    EXPECT_EQ(session.Stderr().find("rror"), std::string::npos) << session.Stderr();
+  }
+  EXPECT_FALSE(std::ifstream(session.File("LumoxPrefs")));  // the mode writes no settings
+}
+
+TEST(DisplayModeE2E, TwoRunSideBySideFromTheSettingsFileWhichStaysUntouched) {
+  const char kSparse[] = "35\n0.0035\n170\n1.44\n100\n";  // 100 stars
+  Session session({.width = 1280, .height = 800, .prefs = kSparse, .start_lumox = false});
+  const QRect left = kHost, right = kHost.translated(500, 0);
+  const std::string a = Hold(session, left), b = Hold(session, right);
+  session.StartLumox({"--window-id", a});
+  // The second, as the saver starts one for each monitor; the option stands over the file.
+  const pid_t second = StartHelper({"env", "DISPLAY=" + session.Display(), "XDG_DATA_HOME=" + session.File(""),
+                                    LUMOX_EXE, "-window-id", Hex(b), "-stars", "6000"});
+  ASSERT_TRUE(session.WaitForLit(left, 2) && session.WaitForLit(right, 300));
+
+  // Both fly: each picture changes, and the file's 100 stars are a sparse one beside 6000.
+  const QImage first = session.Screenshot();
+  QImage next;
+  EXPECT_TRUE(WaitFor([&] {
+    next = session.Screenshot();
+    return DifferentPixels(first.copy(left), next.copy(left)) > 0 && DifferentPixels(first.copy(right), next.copy(right)) > 0;
+  }));
+  EXPECT_GT(LitPixels(next.copy(right)), 5 * LitPixels(next.copy(left)));
+
+  session.Signal(SIGTERM);
+  EXPECT_TRUE(session.WaitForExit(1000));
+  EXPECT_EQ(session.ExitStatus(), 0);
+  StopHelper(second);
+  EXPECT_EQ(session.Prefs(), kSparse);
+  EXPECT_EQ(session.PrefsWrites(), 0);
+}
+
+}  // namespace
+}  // namespace lumox::e2e
