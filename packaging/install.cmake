@@ -49,6 +49,18 @@ foreach(size IN LISTS LUMOX_ICON_SIZES)
           DESTINATION ${CMAKE_INSTALL_DATADIR}/${icon_folder} COMPONENT data)
 endforeach()
 install(FILES ${packaging_out}/lumox.6.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man6 COMPONENT data)
+install(FILES ${packaging_src}/lumox.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/xscreensaver/config COMPONENT data)
+
+# XScreenSaver runs its display modes from its own folder: a relative link there to the program,
+# wherever `bin_folder` puts it.
+function(lumox_saver_link bin_folder component)
+  set(saver_folder ${CMAKE_INSTALL_LIBEXECDIR}/xscreensaver)
+  file(RELATIVE_PATH target /usr/${saver_folder} /usr/${bin_folder}/lumox)
+  install(CODE "file(MAKE_DIRECTORY \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${saver_folder}\")
+                file(CREATE_LINK ${target} \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${saver_folder}/lumox\" SYMBOLIC)"
+          COMPONENT ${component} ${ARGN})
+endfunction()
+lumox_saver_link(${CMAKE_INSTALL_BINDIR} program)
 
 install(TARGETS lumox RUNTIME DESTINATION games COMPONENT debian EXCLUDE_FROM_ALL)
 # What dh_strip does beyond a plain strip: drop the compiler's notes.
@@ -56,6 +68,7 @@ install(CODE "execute_process(COMMAND \"${CMAKE_STRIP}\" --remove-section=.comme
                                       \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/games/lumox\"
                               COMMAND_ERROR_IS_FATAL ANY)"
         COMPONENT debian EXCLUDE_FROM_ALL)
+lumox_saver_link(games debian EXCLUDE_FROM_ALL)
 install(FILES ${packaging_out}/copyright ${packaging_out}/changelog.gz
         DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/lumox COMPONENT debian EXCLUDE_FROM_ALL)
 

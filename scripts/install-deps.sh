@@ -13,7 +13,7 @@ packages=(
   # The hosts Lumox meets: the screensaver daemon and a session bus with a mocked service.
   xscreensaver xscreensaver-data dbus dbus-x11 python3-dbusmock
   # Installing and packaging: the validators, dpkg-shlibdeps, lintian.
-  desktop-file-utils appstream dpkg-dev fakeroot file lintian
+  desktop-file-utils appstream dpkg-dev fakeroot file lintian libxml2-utils
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -8,6 +8,10 @@
 #include <fstream>
 #include <sstream>
 
+#include <QFile>
+#include <QXmlStreamReader>
+#include <map>
+
 #include "e2e/x_session.h"
 
 namespace lumox::e2e {
@@ -106,6 +110,49 @@ TEST(DisplayModeE2E, TwoRunSideBySideFromTheSettingsFileWhichStaysUntouched) {
   StopHelper(second);
   EXPECT_EQ(session.Prefs(), kSparse);
   EXPECT_EQ(session.PrefsWrites(), 0);
+}
+
+// The saver's settings dialog as XScreenSaver reads it: each slider spans its settings slider's
+// range from the settings file's default, and every option it can pass is taken.
+TEST(DisplayModeE2E, TheSaverSettingsDialogOffersTheFiveSettingsAndLumoxTakesThemAll) {
+  QFile file(LUMOX_SAVER_XML);
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  QXmlStreamReader xml(&file);
+  std::vector<std::string> lows, highs, defaults, flags;
+  std::map<std::string, std::string> sliders;  // id: low high default
+  while (!xml.atEnd()) {
+    if (xml.readNext() != QXmlStreamReader::StartElement) continue;
+    const QXmlStreamAttributes a = xml.attributes();
+    const auto value = [&](const char* name) { return a.value(QLatin1String(name)).toString().toStdString(); };
+    if (xml.name() == QLatin1String("screensaver")) EXPECT_EQ(value("name"), "lumox");
+    if (xml.name() == QLatin1String("command")) flags.push_back(value("arg"));
+    if (xml.name() == QLatin1String("boolean")) flags.push_back(value("arg-set"));
+    if (xml.name() == QLatin1String("number")) {
+      EXPECT_EQ(value("type"), "slider");
+      sliders[value("id")] = value("low") + " " + value("high") + " " + value("default");
+      const std::string arg = value("arg"), at = arg.substr(0, arg.find('%'));
+      lows.push_back(at + value("low"));
+      highs.push_back(at + value("high"));
+      defaults.push_back(at + value("default"));
+    }
+  }
+  ASSERT_FALSE(xml.hasError()) << xml.errorString().toStdString();
+  EXPECT_EQ(flags, (std::vector<std::string>{"--root", "--fps"}));
+  // Stars and star size are the defaults of a 1920 wide screen.
+  EXPECT_EQ(sliders, (std::map<std::string, std::string>{{"speed", "0.0002 0.1 0.0035"},
+                                                         {"rotation", "-2000 2000 35"},
+                                                         {"stars", "100 50000 28800"},
+                                                         {"starsize", "0.5 15 1.92"},
+                                                         {"colourspread", "50 255 170"}}));
+
+  // Every option is taken: the run gets as far as looking for its window, which isn't there.
+  Session session({.start_lumox = false});
+  for (const auto* set : {&lows, &highs, &defaults}) {
+    std::string line;
+    for (const std::string& arg : *set) line += " " + arg;
+    EXPECT_EQ(session.Shell("XSCREENSAVER_WINDOW=0x1 " LUMOX_EXE " --root --fps" + line + " 2>&1 >/dev/null | grep lumox:; echo $?"),
+              "lumox: There is no X window 0x1 to draw into.\n0\n") << line;
+  }
 }
 
 }  // namespace

@@ -24,12 +24,16 @@ constexpr int kSaverTimeoutMs = 60000;
 // XScreenSaver refuses to run as root: then it runs as this user, made here if missing.
 constexpr char kSaverUser[] = "lumoxtest";
 
-// A home folder with a ~/.xscreensaver that blanks (no lock, no fading) after one idle minute.
+// A home folder with a ~/.xscreensaver that shows `mode` (no lock, no fading) after one idle minute.
 struct SaverHome {
-  SaverHome() : path((std::filesystem::temp_directory_path() / "lumox-saver-XXXXXX").string()) {
+  explicit SaverHome(const std::string& mode = "mode: blank\n")
+      : path((std::filesystem::temp_directory_path() / "lumox-saver-XXXXXX").string()) {
     if (!mkdtemp(path.data())) throw std::runtime_error("mkdtemp");
-    std::ofstream(path + "/.xscreensaver") << "timeout: 0:01:00\nlock: False\nmode: blank\nfade: False\n"
-                                              "unfade: False\nsplash: False\ndpmsEnabled: False\n";
+    std::ofstream(path + "/.xscreensaver") << "timeout: 0:01:00\nlock: False\nfade: False\nunfade: False\n"
+                                              "splash: False\ndpmsEnabled: False\n" << mode;
+    // lumox on the daemon's PATH, as the install's link puts it in the saver's own folder.
+    std::filesystem::create_directory(path + "/bin");
+    std::filesystem::create_symlink(LUMOX_EXE, path + "/bin/lumox");
     if (geteuid() == 0) {
       if (system((std::string("id -u ") + kSaverUser + " >/dev/null 2>&1 || useradd -m " + kSaverUser +
                   " >/dev/null 2>&1 || id -u " + kSaverUser + " >/dev/null 2>&1").c_str()) != 0)
@@ -44,7 +48,8 @@ struct SaverHome {
 // The daemon on one display, ended with its process group.
 struct Saver {
   Saver(const Session& x, const SaverHome& home) {
-    std::vector<std::string> argv{"env", "-i", "HOME=" + home.path, "DISPLAY=" + x.Display(), "PATH=/usr/bin:/bin",
+    std::vector<std::string> argv{"env", "-i", "HOME=" + home.path, "DISPLAY=" + x.Display(),
+                                  "PATH=" + home.path + "/bin:/usr/bin:/bin",
                                   "xscreensaver", "-no-splash"};
     if (geteuid() == 0)
       argv.insert(argv.begin(), {"setpriv", std::string("--reuid=") + kSaverUser, std::string("--regid=") + kSaverUser,
@@ -111,6 +116,26 @@ TEST(ScreenSaverE2E, XScreenSaverNeverCoversANinetySecondFlightButCoversTheStart
   while (MsSince(minimised) < 3 * kIdleNudgeMs && ServerIdleMs(flight) < kIdleNudgeMs + 2000) SleepMs(500);
   EXPECT_GE(ServerIdleMs(flight), kIdleNudgeMs + 2000);
   EXPECT_EQ(SaverState(flight), 0);
+}
+
+// The daemon with Lumox as its one display mode, as the README tells a user to set it up.
+TEST(ScreenSaverE2E, XScreenSaverShowsTheFlightAsItsDisplayModeAndEndsIt) {
+  SaverHome home("mode: one\nselected: 0\nprograms: lumox --root\n");
+  Session x({.width = 1024, .height = 768, .start_lumox = false});
+  Saver saver(x, home);
+  ASSERT_TRUE(WaitFor([&] { return SaverState(x) == 0; }));
+  const std::string user = geteuid() == 0 ? kSaverUser : std::to_string(geteuid());
+  const auto running = [&] { return !x.Shell("pgrep -x -u " + user + " lumox").empty(); };
+
+  x.Shell("xscreensaver-command -activate >/dev/null 2>&1");
+  EXPECT_TRUE(x.WaitForLit(QRect(0, 0, 1024, 768), 500, 15000));
+  EXPECT_TRUE(running());
+  EXPECT_EQ(x.Shell("xdotool search --name '^(Untitled|Settings)$'"), "");  // the flight alone
+
+  x.Shell("xscreensaver-command -deactivate >/dev/null 2>&1");
+  EXPECT_TRUE(WaitFor([&] { return !running(); }));
+  // The user's settings are read, never written.
+  EXPECT_FALSE(std::filesystem::exists(home.path + "/.local/share/LumoxPrefs"));
 }
 
 }  // namespace

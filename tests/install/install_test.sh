@@ -19,6 +19,8 @@ data_files() {
     echo "share/applications/$id.desktop"
     echo "share/metainfo/$id.metainfo.xml"
     echo "share/man/man6/lumox.6.gz"
+    echo "share/xscreensaver/config/lumox.xml"
+    echo "libexec/xscreensaver/lumox"
     for s in "${sizes[@]}"; do echo "share/icons/hicolor/${s}x${s}/apps/$id.png"; done
   } | sort
 }
@@ -33,6 +35,8 @@ files)
   diff -u <(data_files bin | sed 's|^|usr/|') <(cd "$tmp/root" && find . ! -type d | sed 's|^\./||' | sort) ||
     fail "cmake --install gave other files than these (- expected, + installed)"
   [ -x "$tmp/root/usr/bin/lumox" ] || fail "usr/bin/lumox is not executable"
+  [ "$(readlink "$tmp/root/usr/libexec/xscreensaver/lumox")" = ../../bin/lumox ] ||
+    fail "the display mode's link does not lead to the program"
   echo "cmake --install: the $(data_files bin | wc -l) expected files"
   ;;
 
@@ -53,10 +57,12 @@ validators)
   # The man page: renders without a groff warning and names every option.
   warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -l "$share/man/man6/lumox.6.gz" 2>&1 >"$tmp/man.txt") || fail "man failed"
   [ -z "$warnings" ] || fail "man page warnings: $warnings"
-  for option in "-h, --help" "-v, --version" "--go" "--window" "--screen N" "--fps"; do
+  for option in "-h, --help" "-v, --version" "--go" "--window" "--screen N" "--fps" "--root" "--window-id ID" \
+                "--speed S" "--rotation R" "--stars N" "--star-size P" "--colour-spread C"; do
     grep -Eq -- "^ +$option( |$)" "$tmp/man.txt" || fail "the man page has no entry for $option"
   done
   grep -q "Lumox $version" "$tmp/man.txt" || fail "the man page isn't of version $version"
+  xmllint --noout "$share/xscreensaver/config/lumox.xml" || fail "the screensaver's settings are not well-formed XML"
   echo "desktop-file-validate, appstreamcli validate and the man page: no remarks"
   ;;
 
@@ -71,6 +77,8 @@ package)
   for field in Package:lumox Version:$version Section:games Architecture:$arch; do
     [ "$(dpkg-deb -f "$deb" "${field%%:*}")" = "${field#*:}" ] || fail "${field%%:*} is not ${field#*:}"
   done
+  grep -q '^l.* \./usr/libexec/xscreensaver/lumox -> \.\./\.\./games/lumox$' <(dpkg-deb -c "$deb") ||
+    fail "the display mode's link does not lead to /usr/games/lumox"
   depends=$(dpkg-deb -f "$deb" Depends)
   echo "Depends: $depends"
   for library in libqt6core6 libqt6gui6 libqt6widgets6 libopengl0 libglu1 qt6-qpa-plugins; do
