@@ -22,8 +22,12 @@ bool EmbeddedFlight::Open() {
   if (!size) return false;
   host_.reset(QWindow::fromWinId(window_));
   Surface()->setParent(host_.get());
+  // In the root window the surface is a top-level window: kept from the window manager and below
+  // every other window, as a picture on the desktop is.
+  Surface()->setFlag(Qt::BypassWindowManagerHint);
   Fit(*size);
   Surface()->show();
+  Surface()->lower();
   TakeOff(starting_(Surface()->width()));
   return true;
 }

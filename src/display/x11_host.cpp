@@ -38,7 +38,7 @@ uint32_t X11VirtualRoot() {
   const xcb_window_t* children = xcb_query_tree_children(tree.get());
   for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
     const auto value = Own(xcb_get_property_reply(
-        c, xcb_get_property(c, 0, children[i], atom->atom, XCB_ATOM_WINDOW, 0, 1), nullptr));
+        c, xcb_get_property(c, 0, children[i], atom->atom, XCB_GET_PROPERTY_TYPE_ANY, 0, 1), nullptr));
     if (value && xcb_get_property_value_length(value.get()) == 4) {
       xcb_window_t vroot;
       memcpy(&vroot, xcb_get_property_value(value.get()), 4);

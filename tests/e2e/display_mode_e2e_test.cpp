@@ -36,28 +36,31 @@ std::string Hex(const std::string& decimal) {
   return hex.str();
 }
 
-// The surface's size as the X server has it: the host's one child.
+// The surface's size as the X server has it: the host's child of lumox's (`host` as xwininfo takes
+// it: "-id N" or "-root").
 std::string ChildSize(const Session& session, const std::string& host) {
-  return session.Shell("xwininfo -children -id " + host + " | sed -n 's/^ *0x[0-9a-f]* \"lumox\".*  \\([0-9x]*\\)+0+0 .*/\\1/p'");
+  return session.Shell("xwininfo -children " + host + " | sed -n 's/^ *0x[0-9a-f]* \"lumox\": (\"lumox\".*  \\([0-9x]*\\)+0+0 .*/\\1/p'");
 }
 
 TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt) {
   Session session({.width = 1280, .height = 800, .start_lumox = false});
 
+  // The host named on the command line (decimal, hex), by XSCREENSAVER_WINDOW, or as the virtual root.
+  enum class Named { kDecimal, kHex, kEnvironment, kVirtualRoot };
   const struct {
-    const char* name;
-    std::vector<std::string> args;
-    bool use_env;  // the host named by XSCREENSAVER_WINDOW rather than on the command line
-  } ways[] = {{"--window-id", {"--window-id"}, false}, {"-root", {"-root"}, true}, {"-window-id", {"-window-id"}, false}};
+    const char* option;
+    Named named;
+  } ways[] = {{"--window-id", Named::kDecimal}, {"-window-id", Named::kHex}, {"-root", Named::kEnvironment},
+              {"--root", Named::kVirtualRoot}};
   for (const auto& way : ways) {
-    SCOPED_TRACE(way.name);
+    SCOPED_TRACE(static_cast<int>(way.named));
     const std::string host = Hold(session, kHost);
     ASSERT_FALSE(host.empty());
-    std::vector<std::string> args = way.args, env;
-    if (way.use_env)
-      env.push_back("XSCREENSAVER_WINDOW=" + Hex(host));
-    else
-      args.push_back(way.name[1] == '-' ? host : Hex(host));
+    std::vector<std::string> args = {way.option}, env;
+    if (way.named == Named::kDecimal) args.push_back(host);
+    if (way.named == Named::kHex) args.push_back(Hex(host));
+    if (way.named == Named::kEnvironment) env.push_back("XSCREENSAVER_WINDOW=" + Hex(host));
+    if (way.named == Named::kVirtualRoot) session.Shell("xprop -id " + host + " -f __SWM_VROOT 32c -set __SWM_VROOT " + host);
     session.StartLumox(args, env);
 
     // Stars inside the host and nothing anywhere else: the rest of the screen stays black.
@@ -70,9 +73,9 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
     const std::string child = session.Shell("xwininfo -children -id " + host + " | awk '/\"lumox\"/ {print $1}'");
     EXPECT_EQ(session.Shell("xdotool search --onlyvisible --classname lumox | xargs printf '0x%x\\n'"), child);
 
-    EXPECT_EQ(ChildSize(session, host), "400x300\n");
+    EXPECT_EQ(ChildSize(session, "-id " + host), "400x300\n");
     session.Xdo("windowsize " + host + " 640 480");
-    EXPECT_TRUE(WaitFor([&] { return ChildSize(session, host) == "640x480\n"; }));
+    EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-id " + host) == "640x480\n"; }));
     EXPECT_TRUE(session.WaitForLit(QRect(kHost.x() + 400, kHost.y() + 300, 240, 180), 20));
 
     // The host goes, as the saver's window does when it unblanks: the flight ends with it.
@@ -110,6 +113,19 @@ TEST(DisplayModeE2E, TwoRunSideBySideFromTheSettingsFileWhichStaysUntouched) {
   StopHelper(second);
   EXPECT_EQ(session.Prefs(), kSparse);
   EXPECT_EQ(session.PrefsWrites(), 0);
+}
+
+TEST(DisplayModeE2E, TheRootFlightFollowsTheScreenThroughRandR) {
+  Session session({.width = 1280, .height = 800, .start_lumox = false});
+  session.StartLumox({"-root"});
+  EXPECT_TRUE(session.WaitForLit(QRect(0, 0, 1280, 800), 500));
+  EXPECT_EQ(ChildSize(session, "-root"), "1280x800\n");
+  // The screen shrinks, as when a monitor is swapped for a smaller one.
+  session.Shell("xrandr --fb 1024x768 >/dev/null 2>&1");
+  EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-root") == "1024x768\n"; })) << ChildSize(session, "-root");
+  session.Signal(SIGINT);
+  EXPECT_TRUE(session.WaitForExit(1000));
+  EXPECT_EQ(session.ExitStatus(), 0);
 }
 
 // The saver's settings dialog as XScreenSaver reads it: each slider spans its settings slider's
