@@ -66,6 +66,9 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
     // Stars inside the host and nothing anywhere else: the rest of the screen stays black.
     EXPECT_TRUE(session.WaitForLit(kHost, 200));
     QImage screen = session.Screenshot().convertToFormat(QImage::Format_RGB32);
+    // Without a settings file the defaults are those of the window's width, not the screen's:
+    // 6000 stars of size 0.4, each at most one pixel.
+    EXPECT_LE(LitPixels(screen.copy(kHost)), 6000);
     for (int y = kHost.top(); y <= kHost.bottom(); ++y)
       for (int x = kHost.left(); x <= kHost.right(); ++x) screen.setPixel(x, y, qRgb(0, 0, 0));
     EXPECT_EQ(LitPixels(screen), 0);

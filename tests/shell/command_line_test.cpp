@@ -93,6 +93,7 @@ TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
 
 TEST(CommandLine, WindowIdsAreDecimalOrHexAndNothingElse) {
   EXPECT_EQ(ParseWindowId("42"), 42u);
+  EXPECT_EQ(ParseWindowId("010"), 10u);  // decimal, not octal
   EXPECT_EQ(ParseWindowId("0x2a"), 42u);
   EXPECT_EQ(ParseWindowId("0X2A"), 42u);
   EXPECT_EQ(ParseWindowId("4294967295"), 4294967295u);
