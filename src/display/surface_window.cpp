@@ -10,14 +10,13 @@
 #include <QWindow>
 
 #include "display/flight_options.h"
+#include "display/x11_hints.h"
 
 namespace lumox {
 
 namespace {
 SurfaceWindow* g_instance = nullptr;
 DisplayWiring g_wiring;
-
-bool IsWayland() { return QGuiApplication::platformName().startsWith(QStringLiteral("wayland")); }
 
 class NoAltMenuStyle : public QProxyStyle {
  public:
@@ -119,7 +118,7 @@ void SurfaceWindow::Event_Minimize() {
 void SurfaceWindow::ShowAbove(QWidget* window) {
   // A Wayland compositor gives no focus to a new window over a full-screen one (sway) unless it
   // belongs to it, and that has to be said before the window is mapped.
-  if (IsWayland() && !window->isVisible()) {
+  if (OnWayland() && !window->isVisible()) {
     window->winId();
     window->windowHandle()->setTransientParent(windowHandle());
   }
@@ -140,7 +139,7 @@ void SurfaceWindow::ShowPrefs() {
 
 void SurfaceWindow::LeaveFullScreen() {
   menuBar()->setVisible(true);
-  if (IsWayland()) {
+  if (OnWayland()) {
     // A Wayland compositor sizes a window it has mapped (a tiling one keeps it in its tile, others
     // give back the size before full screen) and places every window itself. A window mapped
     // anew with a fixed size is laid out as a floating one of that size, whatever the compositor.

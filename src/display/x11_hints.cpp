@@ -18,6 +18,8 @@ xcb_atom_t Atom(xcb_connection_t* connection, const char* name) {
 }
 }  // namespace
 
+bool OnWayland() { return QGuiApplication::platformName().startsWith(QStringLiteral("wayland")); }
+
 QString WindowManagerName() {
   auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
   if (!x11) return {};

@@ -8,6 +8,9 @@ namespace lumox {
 // transient parent, this takes effect on a window that is already shown.
 void SetTransientFor(QWindow* window, QWindow* parent);
 
+// Whether the program is a Wayland client.
+bool OnWayland();
+
 // The X11 window manager's name (_NET_WM_NAME of its check window), "" elsewhere.
 QString WindowManagerName();
 

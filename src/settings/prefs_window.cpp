@@ -228,6 +228,13 @@ void wPrefs::Event_KeyDown() {
         // that reaches the window manager after the minimise can leave the window on screen.
         setFixedSize(kPrefsEscapedWidth, kPrefsEscapedHeight);
         setGeometry(kPrefsEscapedLeft, kPrefsEscapedTop, kPrefsEscapedWidth, kPrefsEscapedHeight);
+        if (OnWayland()) {
+          // A Wayland compositor may have no minimise (sway has none) and never tells whether it
+          // did one: the window is put away unmapped, the compositor hands the keys back to the
+          // flight, and `s` shows it again as it would restore it.
+          hide();
+          break;
+        }
         // showMinimized() without its show, which would bring the window straight back.
         setWindowState((windowState() & ~Qt::WindowActive) | Qt::WindowMinimized);
         // The keys go back to the flight once the window is really gone: asked any sooner, some
