@@ -18,6 +18,21 @@ namespace {
 SurfaceWindow* g_instance = nullptr;
 DisplayWiring g_wiring;
 
+// Asks once for the keyboard focus for a window as soon as it is exposed, then goes.
+class ActivateWhenExposed : public QObject {
+ public:
+  explicit ActivateWhenExposed(QWindow* window) : QObject(window) {}
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    auto* window = static_cast<QWindow*>(watched);
+    if (event->type() == QEvent::Expose && window->isExposed()) {
+      window->requestActivate();
+      window->removeEventFilter(this);
+      deleteLater();
+    }
+    return false;
+  }
+};
+
 class NoAltMenuStyle : public QProxyStyle {
  public:
   int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
@@ -116,11 +131,14 @@ void SurfaceWindow::Event_Minimize() {
 }
 
 void SurfaceWindow::ShowAbove(QWidget* window) {
-  // A Wayland compositor gives no focus to a new window over a full-screen one (sway) unless it
-  // belongs to it, and that has to be said before the window is mapped.
+  // A Wayland compositor keeps a new window over a full-screen one above it only if it belongs to
+  // it, and that has to be said before the window is mapped. Some (sway) give a window mapped over
+  // a full-screen one no focus at all, and ignore activation asked for before the map: it is
+  // asked for again once the window is on screen.
   if (OnWayland() && !window->isVisible()) {
     window->winId();
     window->windowHandle()->setTransientParent(windowHandle());
+    window->windowHandle()->installEventFilter(new ActivateWhenExposed(window->windowHandle()));
   }
   window->show();
 }
