@@ -51,8 +51,9 @@ void Flight::Timer1_Action() {
 void Flight::Timer2_Action() { lumox::Timer2_Action(*this); }
 
 bool Flight::Surface_Render() {
-  if (FpsShown()) return RenderWithReadout(*this, MesaGl(), fps_readout_.Frame(), MesaOverlayGl());
-  return lumox::Surface_Render(*this, MesaGl(), surface_->devicePixelRatio());
+  const double ratio = surface_->devicePixelRatio();
+  if (FpsShown()) return RenderWithReadout(*this, MesaGl(), fps_readout_.Frame(), MesaOverlayGl(), ratio);
+  return lumox::Surface_Render(*this, MesaGl(), ratio);
 }
 
 void Flight::Event_Paint() { surface_->Render(); }

@@ -17,8 +17,9 @@ void DrawOverlay(const OverlayPicture& picture, int x, int y, const OverlayGlApi
   gl.PopAttrib();
 }
 
-bool RenderWithReadout(StarField& field, const GlApi& gl, const OverlayPicture& readout, const OverlayGlApi& overlay_gl) {
-  const bool result = Surface_Render(field, gl);
+bool RenderWithReadout(StarField& field, const GlApi& gl, const OverlayPicture& readout, const OverlayGlApi& overlay_gl,
+                       double device_pixel_ratio) {
+  const bool result = Surface_Render(field, gl, device_pixel_ratio);
   DrawOverlay(readout, kReadoutMargin, kReadoutMargin, overlay_gl);
   return result;
 }

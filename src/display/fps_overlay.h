@@ -45,8 +45,10 @@ inline constexpr int kReadoutMargin = 8;
 // Blends the picture in with its lower left corner at window pixel (x, y).
 void DrawOverlay(const OverlayPicture& picture, int x, int y, const OverlayGlApi& gl);
 
-// A frame with the readout in the lower left corner over it.
-bool RenderWithReadout(StarField& field, const GlApi& gl, const OverlayPicture& readout, const OverlayGlApi& overlay_gl);
+// A frame with the readout in the lower left corner over it; the frame's stars are sized for
+// `device_pixel_ratio` as without the readout.
+bool RenderWithReadout(StarField& field, const GlApi& gl, const OverlayPicture& readout, const OverlayGlApi& overlay_gl,
+                       double device_pixel_ratio = 1.0);
 
 struct FpsReading {
   double fps = 0.0;

@@ -10,6 +10,7 @@
 #include <QWindow>
 
 #include "display/flight_options.h"
+#include "display/x11_hints.h"
 
 namespace lumox {
 
@@ -17,7 +18,20 @@ namespace {
 SurfaceWindow* g_instance = nullptr;
 DisplayWiring g_wiring;
 
-bool IsWayland() { return QGuiApplication::platformName().startsWith(QStringLiteral("wayland")); }
+// Asks once for the keyboard focus for a window as soon as it is exposed, then goes.
+class ActivateWhenExposed : public QObject {
+ public:
+  explicit ActivateWhenExposed(QWindow* window) : QObject(window) {}
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    auto* window = static_cast<QWindow*>(watched);
+    if (event->type() == QEvent::Expose && window->isExposed()) {
+      window->requestActivate();
+      window->removeEventFilter(this);
+      deleteLater();
+    }
+    return false;
+  }
+};
 
 class NoAltMenuStyle : public QProxyStyle {
  public:
@@ -117,11 +131,14 @@ void SurfaceWindow::Event_Minimize() {
 }
 
 void SurfaceWindow::ShowAbove(QWidget* window) {
-  // A Wayland compositor gives no focus to a new window over a full-screen one (sway) unless it
-  // belongs to it, and that has to be said before the window is mapped.
-  if (IsWayland() && !window->isVisible()) {
+  // A Wayland compositor keeps a new window over a full-screen one above it only if it belongs to
+  // it, and that has to be said before the window is mapped. Some (sway) give a window mapped over
+  // a full-screen one no focus at all, and ignore activation asked for before the map: it is
+  // asked for again once the window is on screen.
+  if (OnWayland() && !window->isVisible()) {
     window->winId();
     window->windowHandle()->setTransientParent(windowHandle());
+    window->windowHandle()->installEventFilter(new ActivateWhenExposed(window->windowHandle()));
   }
   window->show();
 }
@@ -140,7 +157,7 @@ void SurfaceWindow::ShowPrefs() {
 
 void SurfaceWindow::LeaveFullScreen() {
   menuBar()->setVisible(true);
-  if (IsWayland()) {
+  if (OnWayland()) {
     // A Wayland compositor sizes a window it has mapped (a tiling one keeps it in its tile, others
     // give back the size before full screen) and places every window itself. A window mapped
     // anew with a fixed size is laid out as a floating one of that size, whatever the compositor.

@@ -16,7 +16,16 @@ xcb_atom_t Atom(xcb_connection_t* connection, const char* name) {
   free(reply);
   return atom;
 }
+
+// Restacked now, as a dialog above the rest: metacity leaves a window that became a dialog after it
+// was mapped where it was.
+void RestackOnTop(xcb_connection_t* connection, xcb_window_t id) {
+  const uint32_t above = XCB_STACK_MODE_ABOVE;
+  xcb_configure_window(connection, id, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+}
 }  // namespace
+
+bool OnWayland() { return QGuiApplication::platformName().startsWith(QStringLiteral("wayland")); }
 
 QString WindowManagerName() {
   auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
@@ -51,10 +60,19 @@ void SetTransientFor(QWindow* window, QWindow* parent) {
   } else {
     xcb_delete_property(connection, id, XCB_ATOM_WM_TRANSIENT_FOR);
   }
-  // Restacked now, as a dialog above its parent: metacity leaves a window that became a dialog
-  // after it was mapped where it was.
-  const uint32_t above = XCB_STACK_MODE_ABOVE;
-  if (parent) xcb_configure_window(connection, id, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+  if (parent) RestackOnTop(connection, id);
+  xcb_flush(connection);
+}
+
+void SetDialogType(QWindow* window, bool dialog) {
+  auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
+  if (!x11) return;
+  xcb_connection_t* connection = x11->connection();
+  const auto id = static_cast<xcb_window_t>(window->winId());
+  const xcb_atom_t type = Atom(connection, dialog ? "_NET_WM_WINDOW_TYPE_DIALOG" : "_NET_WM_WINDOW_TYPE_NORMAL");
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id, Atom(connection, "_NET_WM_WINDOW_TYPE"), XCB_ATOM_ATOM, 32, 1,
+                      &type);
+  if (dialog) RestackOnTop(connection, id);
   xcb_flush(connection);
 }
 

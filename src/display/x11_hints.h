@@ -8,6 +8,13 @@ namespace lumox {
 // transient parent, this takes effect on a window that is already shown.
 void SetTransientFor(QWindow* window, QWindow* parent);
 
+// Makes `window` a dialog of its application as a whole (_NET_WM_WINDOW_TYPE_DIALOG, with no one
+// window it belongs to) and restacks it on top, or a normal window again; X11 only.
+void SetDialogType(QWindow* window, bool dialog);
+
+// Whether the program is a Wayland client.
+bool OnWayland();
+
 // The X11 window manager's name (_NET_WM_NAME of its check window), "" elsewhere.
 QString WindowManagerName();
 

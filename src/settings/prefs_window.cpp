@@ -228,6 +228,13 @@ void wPrefs::Event_KeyDown() {
         // that reaches the window manager after the minimise can leave the window on screen.
         setFixedSize(kPrefsEscapedWidth, kPrefsEscapedHeight);
         setGeometry(kPrefsEscapedLeft, kPrefsEscapedTop, kPrefsEscapedWidth, kPrefsEscapedHeight);
+        if (OnWayland()) {
+          // A Wayland compositor may have no minimise (sway has none) and never tells whether it
+          // did one: the window is put away unmapped, the compositor hands the keys back to the
+          // flight, and `s` shows it again as it would restore it.
+          hide();
+          break;
+        }
         // showMinimized() without its show, which would bring the window straight back.
         setWindowState((windowState() & ~Qt::WindowActive) | Qt::WindowMinimized);
         // The keys go back to the flight once the window is really gone: asked any sooner, some
@@ -272,13 +279,16 @@ void wPrefs::OnFocusWindowChanged(QWindow* focus) {
 void wPrefs::KeepAboveDisplay(bool above) {
   // Put away, it is a window of its own: some managers (openbox) iconify a dialog together with
   // its parent.
-  // Metacity stacks a dialog of a full-screen window below it, so there it stays a plain window.
-  static const bool plain_only = WindowManagerName() == QStringLiteral("Metacity");
+  // Metacity stacks a dialog of a full-screen window below it, but lifts a dialog of the whole
+  // program into the layer of the program's highest window, the focused full-screen one.
+  static const bool program_dialog = WindowManagerName() == QStringLiteral("Metacity");
   const SurfaceWindow* display = SurfaceWindow::Instance();
-  if (plain_only) return;
   // A dialog shares its parent's fate: never one of a display that is not on screen.
   const bool dialog = above && display->isVisible() && !display->isMinimized();
-  SetTransientFor(windowHandle(), dialog ? display->windowHandle() : nullptr);
+  if (program_dialog)
+    SetDialogType(windowHandle(), dialog);
+  else
+    SetTransientFor(windowHandle(), dialog ? display->windowHandle() : nullptr);
 }
 
 bool wPrefs::eventFilter(QObject* watched, QEvent* event) {

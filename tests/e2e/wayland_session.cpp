@@ -58,6 +58,7 @@ void FindWindow(const QJsonObject& node, const QString& title, SwayWindow& found
                            inner.value("width").toInt(), inner.value("height").toInt());
     found.focused = node.value("focused").toBool();
     found.full_screen = node.value("fullscreen_mode").toInt() != 0;
+    found.urgent = node.value("urgent").toBool();
   }
   for (const char* list : {"nodes", "floating_nodes"})
     for (const QJsonValue child : node.value(list).toArray()) FindWindow(child.toObject(), title, found);
@@ -65,12 +66,12 @@ void FindWindow(const QJsonObject& node, const QString& title, SwayWindow& found
 
 }  // namespace
 
-WaylandSession::WaylandSession(int width, int height, const char* prefs) {
+WaylandSession::WaylandSession(int width, int height, const char* prefs, const std::string& sway_config) {
   if (geteuid() == 0 && !getpwnam(kUser)) std::system((std::string("useradd -m ") + kUser + " >/dev/null 2>&1").c_str());
   dir_ = (std::filesystem::temp_directory_path() / "lumox-wl-XXXXXX").string();
   if (!mkdtemp(dir_.data())) throw std::runtime_error("mkdtemp");
   std::filesystem::create_directory(dir_ + "/data");
-  std::ofstream(dir_ + "/sway") << "output HEADLESS-1 resolution " << width << "x" << height << "\nxwayland disable\n";
+  std::ofstream(dir_ + "/sway") << "output HEADLESS-1 resolution " << width << "x" << height << "\nxwayland disable\n" << sway_config << "\n";
   if (prefs) std::ofstream(dir_ + "/data/LumoxPrefs", std::ios::binary) << prefs;
   if (geteuid() == 0) {
     const passwd* user = getpwnam(kUser);

@@ -17,11 +17,13 @@ struct SwayWindow {
   QRect geometry;
   bool focused = false;
   bool full_screen = false;
+  bool urgent = false;
 };
 
 class WaylandSession {
  public:
-  WaylandSession(int width, int height, const char* prefs = nullptr);
+  // `sway_config`: lines for sway's configuration besides the output's.
+  WaylandSession(int width, int height, const char* prefs = nullptr, const std::string& sway_config = "");
   ~WaylandSession();
   WaylandSession(const WaylandSession&) = delete;
   WaylandSession& operator=(const WaylandSession&) = delete;
