@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include <QFile>
+#include <algorithm>
 #include <QXmlStreamReader>
 #include <map>
 
@@ -52,6 +53,7 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
     Named named;
   } ways[] = {{"--window-id", Named::kDecimal}, {"-window-id", Named::kHex}, {"-root", Named::kEnvironment},
               {"--root", Named::kVirtualRoot}};
+  int window_defaults_lit = 0;
   for (const auto& way : ways) {
     SCOPED_TRACE(static_cast<int>(way.named));
     const std::string host = Hold(session, kHost);
@@ -66,9 +68,7 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
     // Stars inside the host and nothing anywhere else: the rest of the screen stays black.
     EXPECT_TRUE(session.WaitForLit(kHost, 200));
     QImage screen = session.Screenshot().convertToFormat(QImage::Format_RGB32);
-    // Without a settings file the defaults are those of the window's width, not the screen's:
-    // 6000 stars of size 0.4, each at most one pixel.
-    EXPECT_LE(LitPixels(screen.copy(kHost)), 6000);
+    window_defaults_lit = std::max(window_defaults_lit, LitPixels(screen.copy(kHost)));
     for (int y = kHost.top(); y <= kHost.bottom(); ++y)
       for (int x = kHost.left(); x <= kHost.right(); ++x) screen.setPixel(x, y, qRgb(0, 0, 0));
     EXPECT_EQ(LitPixels(screen), 0);
@@ -88,6 +88,13 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
     EXPECT_EQ(session.Stderr().find("rror"), std::string::npos) << session.Stderr();
   }
   EXPECT_FALSE(std::ifstream(session.File("LumoxPrefs")));  // the mode writes no settings
+
+  // Without a settings file the defaults were those of the 400-wide window (6000 stars of size
+  // 0.4), not those of the 1280-wide screen (19200 of size 1.28), which light three times as much.
+  const std::string host = Hold(session, kHost);
+  session.StartLumox({"--window-id", host, "--stars", "19200", "--star-size", "1.28"});
+  ASSERT_TRUE(session.WaitForLit(kHost, 200));
+  EXPECT_GT(LitPixels(session.Screenshot().copy(kHost)), 2 * window_defaults_lit);
 }
 
 TEST(DisplayModeE2E, TwoRunSideBySideFromTheSettingsFileWhichStaysUntouched) {
