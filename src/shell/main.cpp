@@ -24,10 +24,10 @@ int main(int argc, char** argv) {
     std::fputs(qPrintable(early.help ? lumox::HelpText() : lumox::VersionText()), stdout);
     return 0;
   }
-  lumox::ExitWithoutDisplay(argc, argv);
+  const bool display_mode = early.root || early.window_id;
+  lumox::ExitWithoutDisplay(argc, argv, display_mode);
   // A screensaver's window is an X11 window, even where Qt would pick Wayland.
-  if ((early.root || early.window_id) && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-    qputenv("QT_QPA_PLATFORM", "xcb");
+  if (display_mode && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
   QApplication app(argc, argv);
   lumox::SetDesktopIdentity();
   // Qt has taken out the options it knows (-platform and the rest); what is left is ours.
