@@ -66,7 +66,8 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
     session.StartLumox(args, env);
 
     // Stars inside the host and nothing anywhere else: the rest of the screen stays black.
-    EXPECT_TRUE(session.WaitForLit(kHost, 200));
+    // Under load a new process can take a while to draw its first frame.
+    EXPECT_TRUE(session.WaitForLit(kHost, 200, 30000));
     QImage screen = session.Screenshot().convertToFormat(QImage::Format_RGB32);
     window_defaults_lit = std::max(window_defaults_lit, LitPixels(screen.copy(kHost)));
     for (int y = kHost.top(); y <= kHost.bottom(); ++y)
@@ -74,12 +75,13 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
     EXPECT_EQ(LitPixels(screen), 0);
     // No window of its own: the one window of lumox's on screen is the host's child.
     const std::string child = session.Shell("xwininfo -children -id " + host + " | awk '/\"lumox\"/ {print $1}'");
-    EXPECT_EQ(session.Shell("xdotool search --onlyvisible --classname lumox | xargs printf '0x%x\\n'"), child);
+    const auto visible = [&] { return session.Shell("xdotool search --onlyvisible --classname lumox | xargs printf '0x%x\\n'"); };
+    EXPECT_TRUE(WaitFor([&] { return visible() == child; })) << visible() << " against " << child;
 
-    EXPECT_EQ(ChildSize(session, "-id " + host), "400x300\n");
+    EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-id " + host) == "400x300\n"; })) << ChildSize(session, "-id " + host);
     session.Xdo("windowsize " + host + " 640 480");
     EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-id " + host) == "640x480\n"; }));
-    EXPECT_TRUE(session.WaitForLit(QRect(kHost.x() + 400, kHost.y() + 300, 240, 180), 20));
+    EXPECT_TRUE(session.WaitForLit(QRect(kHost.x() + 400, kHost.y() + 300, 240, 180), 20, 30000));
 
     // The host goes, as the saver's window does when it unblanks: the flight ends with it.
     session.Xdo("windowkill " + host);
@@ -93,7 +95,7 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
   // 0.4), not those of the 1280-wide screen (19200 of size 1.28), which light three times as much.
   const std::string host = Hold(session, kHost);
   session.StartLumox({"--window-id", host, "--stars", "19200", "--star-size", "1.28"});
-  ASSERT_TRUE(session.WaitForLit(kHost, 200));
+  ASSERT_TRUE(session.WaitForLit(kHost, 200, 30000));
   EXPECT_GT(LitPixels(session.Screenshot().copy(kHost)), 2 * window_defaults_lit);
 }
 
@@ -106,7 +108,7 @@ TEST(DisplayModeE2E, TwoRunSideBySideFromTheSettingsFileWhichStaysUntouched) {
   // The second, as the saver starts one for each monitor; the option stands over the file.
   const pid_t second = StartHelper({"env", "DISPLAY=" + session.Display(), "XDG_DATA_HOME=" + session.File(""),
                                     LUMOX_EXE, "-window-id", Hex(b), "-stars", "6000"});
-  ASSERT_TRUE(session.WaitForLit(left, 2) && session.WaitForLit(right, 300));
+  ASSERT_TRUE(session.WaitForLit(left, 2, 30000) && session.WaitForLit(right, 300, 30000));
 
   // Both fly: each picture changes, and the file's 100 stars are a sparse one beside 6000.
   const QImage first = session.Screenshot();
@@ -128,8 +130,8 @@ TEST(DisplayModeE2E, TwoRunSideBySideFromTheSettingsFileWhichStaysUntouched) {
 TEST(DisplayModeE2E, TheRootFlightFollowsTheScreenThroughRandR) {
   Session session({.width = 1280, .height = 800, .start_lumox = false});
   session.StartLumox({"-root"});
-  EXPECT_TRUE(session.WaitForLit(QRect(0, 0, 1280, 800), 500));
-  EXPECT_EQ(ChildSize(session, "-root"), "1280x800\n");
+  EXPECT_TRUE(session.WaitForLit(QRect(0, 0, 1280, 800), 500, 30000));
+  EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-root") == "1280x800\n"; }));
   // The screen shrinks, as when a monitor is swapped for a smaller one.
   session.Shell("xrandr --fb 1024x768 >/dev/null 2>&1");
   EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-root") == "1024x768\n"; })) << ChildSize(session, "-root");
