@@ -69,15 +69,5 @@ TEST(PrefsE2E, SlidersActAtOnceRestoreDefaultsHoldsTheCountAndOkRewritesTheFile)
   EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n3.84\n50000\n");
 }
 
-// Only opening the window, and a click on OK, is enough for the settings to be written at quit.
-TEST(PrefsE2E, OpeningAloneMarksThePresentFileForRewriting) {
-  Session lumox(1440, 900, kOddPrefs);
-  ASSERT_FALSE(OpenSettings(lumox).empty());
-  lumox.Xdo(MouseTo(kClient + QPoint(351, 191)) + " click 1");
-  EXPECT_TRUE(SettingsClose(lumox));
-  ASSERT_TRUE(lumox.Quit());
-  EXPECT_EQ(lumox.Prefs(), "-35\n0.05\n200\n2.5\n30000\n");
-}
-
 }  // namespace
 }  // namespace lumox::e2e
