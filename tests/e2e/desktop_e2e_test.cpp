@@ -54,7 +54,7 @@ TEST_P(DesktopE2E, TheSettingsWindowStaysAboveTheFlightAndEscapeAlwaysIconifiesI
            lumox.Shell("xprop -id " + prefs + " WM_TRANSIENT_FOR").find("window id") != std::string::npos;
   }));
   // Metacity stacks even a dialog below a focused full-screen window; there the click buries it.
-  if (lumox.WindowManager() != "metacity") {
+  if (std::string(GetParam()) != "metacity") {
     EXPECT_TRUE(WaitFor([&] { return lumox.Screenshot().pixel(inside) == kGrey; }, 3000));
   }
 

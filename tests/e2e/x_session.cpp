@@ -55,7 +55,7 @@ std::vector<std::string> AsTestUser(const std::string& folder) {
   return {"setpriv", "--reuid=lumoxtest", "--regid=lumoxtest", "--init-groups"};
 }
 
-Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
+Session::Session(const SessionOptions& options) {
   int fds[2];
   if (pipe(fds) != 0) throw std::runtime_error("pipe");
   const std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";

@@ -80,7 +80,6 @@ class Session {
   bool Iconic(const std::string& window) const;
   // The screen has more than `min` lit pixels in `area`.
   bool WaitForLit(const QRect& area, int min, int ms = 10000) const;
-  const std::string& WindowManager() const { return wm_name_; }
   // What lumox has written to its standard error so far.
   std::string Stderr() const { return ReadFile(stderr_); }
   // Kills the X server under lumox, as a crash or the end of the session does.
@@ -90,7 +89,7 @@ class Session {
  private:
   pid_t xvfb_ = -1, wm_ = -1, lumox_ = -1;
   int status_ = -1;
-  std::string display_, data_, wm_name_, stderr_;
+  std::string display_, data_, stderr_;
 };
 
 void SleepMs(int ms);
