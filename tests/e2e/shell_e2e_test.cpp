@@ -64,16 +64,6 @@ TEST(ShellE2E, StartWindowComesFirstWithTheIconAndQuitLeavesOnlyTheEmptyDataFold
   EXPECT_TRUE(std::filesystem::is_empty(lumox.File("net.tallowby.Lumox")));
 }
 
-TEST(ShellE2E, CtrlQQuitsFromTheStartWindow) {
-  Session lumox(1024, 768);
-  const std::string start = lumox.WaitForWindow("Untitled");
-  ASSERT_FALSE(start.empty());
-  lumox.Xdo("windowactivate --sync " + start);
-  ASSERT_TRUE(lumox.WaitForActive(start));
-  ASSERT_TRUE(lumox.Quit());
-  EXPECT_FALSE(std::filesystem::exists(lumox.File("LumoxPrefs")));
-}
-
 // A first run: full screen, escape to the window with its menu, the about window over the flight,
 // back to full screen by the title bar, and the screen's defaults written at quit.
 TEST(ShellE2E, TheFlightFullScreenWindowedAndUnderTheAboutWindow) {
