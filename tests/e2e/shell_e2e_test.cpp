@@ -1,5 +1,5 @@
 // The real program as a user meets it on its own X server: the start window, GO, the flight in
-// full screen and windowed, the about window from the menu, keys, quitting, and what the desktop
+// full screen and windowed, the about window from the menu, quitting, and what the desktop
 // sees of the windows (the icon, and the class that ties them to the desktop entry).
 #include <gtest/gtest.h>
 
