@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/inotify.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -91,6 +92,8 @@ Session::Session(const SessionOptions& options) {
 
   if (options.prefs) std::ofstream(File("LumoxPrefs"), std::ios::binary) << options.prefs;
   if (options.prepare) options.prepare(data_);
+  inotify_ = inotify_init1(IN_NONBLOCK);
+  inotify_add_watch(inotify_, data_.c_str(), IN_MOVED_TO | IN_CREATE);
   stderr_ = data_ + ".stderr";
   if (!options.start_lumox) return;
   // Without the Wayland display of a desktop the tests may run on, Qt takes this X server.
@@ -105,6 +108,7 @@ Session::~Session() {
   if (Running()) StopHelper(lumox_);
   StopHelper(wm_);
   StopHelper(xvfb_);
+  close(inotify_);
   std::error_code ignored;
   std::filesystem::permissions(data_, std::filesystem::perms::owner_all, ignored);
   std::filesystem::remove_all(data_, ignored);
@@ -136,6 +140,17 @@ std::string ReadFile(const std::string& path) {
   std::ostringstream text;
   text << std::ifstream(path, std::ios::binary).rdbuf();
   return text.str();
+}
+
+int Session::PrefsWrites() {
+  alignas(inotify_event) char buffer[16384];
+  for (ssize_t n; (n = read(inotify_, buffer, sizeof buffer)) > 0;)
+    for (char* p = buffer; p < buffer + n;) {
+      const auto* event = reinterpret_cast<const inotify_event*>(p);
+      writes_ += event->len && std::string(event->name) == "LumoxPrefs";
+      p += sizeof(inotify_event) + event->len;
+    }
+  return writes_;
 }
 
 void Session::KillXServer() {

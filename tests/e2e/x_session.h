@@ -57,6 +57,8 @@ class Session {
   QImage Screenshot() const;
   std::string File(const std::string& name) const { return data_ + "/" + name; }
   std::string Prefs() const { return ReadFile(File("LumoxPrefs")); }  // "" if there is none
+  // How many times LumoxPrefs has been put in place whole (linked in new or renamed over).
+  int PrefsWrites();
 
   bool Running();
   void Signal(int signal);
@@ -88,7 +90,7 @@ class Session {
 
  private:
   pid_t xvfb_ = -1, wm_ = -1, lumox_ = -1;
-  int status_ = -1;
+  int status_ = -1, inotify_ = -1, writes_ = 0;
   std::string display_, data_, stderr_;
 };
 
