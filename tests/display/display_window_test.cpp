@@ -1,14 +1,10 @@
 // The display window's opening, keys and closing against an empty settings folder.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-
-#include <csignal>
 
 #include <QFileInfo>
 #include <QMenuBar>
 
 #include "display/surface_window.h"
-#include "settings/prefs_store.h"
 #include "support/scripted_numbers.h"
 #include "support/ui_helpers.h"
 
@@ -60,24 +56,8 @@ TEST(DisplayWindow, AFileThatCannotBeOpenedGivesTheDefaultsAndIsLeftAlone) {
   SurfaceWindow* w = SurfaceWindow::Instance();
   EXPECT_FALSE(w->ini_file_changed);
   EXPECT_TRUE(w->Rotn == 35 && w->ColourSpread == 170 && w->Speed == kDefaultSpeed);
-  w->Event_Close();
-  EXPECT_FALSE(SavePrefsFile(w->CurrentSettings()));  // a folder in the way costs only the write
+  w->Event_Close();  // a folder in the way costs only the write
   EXPECT_TRUE(QFileInfo(testing::PrefsPath()).isDir());
-}
-
-TEST(DisplayWindow, AFailedWriteKeepsTheOldFileWhole) {
-  ASSERT_TRUE(testing::WritePrefs("1\n0.01\n100\n1\n100\n"));
-  // A disk that fills up after four bytes, for root too.
-  signal(SIGXFSZ, SIG_IGN);
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit full{4, limit.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &full);
-  const bool written = SavePrefsFile(DefaultSettings(1440));
-  setrlimit(RLIMIT_FSIZE, &limit);
-  EXPECT_FALSE(written);
-  EXPECT_EQ(testing::ReadPrefs(), "1\n0.01\n100\n1\n100\n");
-  EXPECT_EQ(QDir(qEnvironmentVariable("XDG_DATA_HOME")).entryList(QDir::Files), QStringList{"LumoxPrefs"});
 }
 
 TEST(DisplayWindow, KeysSteerTheFlightAndEscapeLeavesFullScreenOnce) {

@@ -57,22 +57,12 @@ TEST(Frame, AnEmptyFieldStillMovesTheCameraAndAFullOneDrawsAllStars) {
 // window's ratio, and nothing else in the frame changes. At ratio 1 the calls are those above.
 TEST(Frame, PointSizeFollowsTheDevicePixelRatio) {
   auto frame = [](double ratio) {
-    StarField field;
-    field.StarMax = 3;
-    field.StarSize = 1.44f;
+    StarField field{.StarMax = 3, .StarSize = 1.44f};
     GlRecorder recorder;
     Surface_Render(field, recorder.Api(), ratio);
     return recorder.Calls();
   };
-  const std::vector<GlCall> plain = [] {
-    StarField field;
-    field.StarMax = 3;
-    field.StarSize = 1.44f;
-    GlRecorder recorder;
-    Surface_Render(field, recorder.Api());
-    return recorder.Calls();
-  }();
-  EXPECT_EQ(frame(1.0), plain);
+  const std::vector<GlCall> plain = frame(1.0);
   EXPECT_EQ(plain[6], Call("glPointSize", 1.44f));
   for (const auto& [ratio, bits] : {std::pair{2.0, 0x403851ECu}, {1.5, 0x400A3D71u}, {1.25, 0x3FE66667u}}) {
     std::vector<GlCall> calls = frame(ratio);

@@ -66,8 +66,8 @@ TEST_P(DesktopE2E, TheSettingsWindowStaysAboveTheFlightAndEscapeAlwaysIconifiesI
   ASSERT_TRUE(lumox.Quit());
 }
 
-// On a small screen the whole start window, title bar included, is on the screen.
-TEST_P(DesktopE2E, TheStartWindowFitsASmallScreen) {
+// On a small screen the whole start window, title bar included, is on the screen; Ctrl+Q there quits.
+TEST_P(DesktopE2E, TheStartWindowFitsASmallScreenAndCtrlQQuitsFromIt) {
   Session lumox({640, 480, nullptr, GetParam()});
   const std::string start = lumox.WaitForWindow("Untitled");
   ASSERT_FALSE(start.empty());
@@ -82,6 +82,10 @@ TEST_P(DesktopE2E, TheStartWindowFitsASmallScreen) {
   EXPECT_GE(client.left() - left, 0);
   EXPECT_LE(client.bottom() + bottom, 479);
   EXPECT_LE(client.right() + right, 639);
+  lumox.Xdo("windowactivate --sync " + start);
+  ASSERT_TRUE(lumox.WaitForActive(start));
+  ASSERT_TRUE(lumox.Quit());
+  EXPECT_EQ(lumox.Prefs(), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(WindowManagers, DesktopE2E, ::testing::ValuesIn(kWindowManagers),

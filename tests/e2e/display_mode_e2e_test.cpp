@@ -152,7 +152,9 @@ TEST(DisplayModeE2E, TheSaverSettingsDialogOffersTheFiveSettingsAndLumoxTakesThe
     if (xml.readNext() != QXmlStreamReader::StartElement) continue;
     const QXmlStreamAttributes a = xml.attributes();
     const auto value = [&](const char* name) { return a.value(QLatin1String(name)).toString().toStdString(); };
-    if (xml.name() == QLatin1String("screensaver")) EXPECT_EQ(value("name"), "lumox");
+    if (xml.name() == QLatin1String("screensaver")) {
+      EXPECT_EQ(value("name"), "lumox");
+    }
     if (xml.name() == QLatin1String("command")) flags.push_back(value("arg"));
     if (xml.name() == QLatin1String("boolean")) flags.push_back(value("arg-set"));
     if (xml.name() == QLatin1String("number")) {

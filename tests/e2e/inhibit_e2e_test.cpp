@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -14,132 +13,98 @@
 namespace lumox::e2e {
 namespace {
 
-const std::string kReason = "\"Star-field flight on screen\"";
-const std::string kPortalRequest = "/org/freedesktop/portal/desktop/request/lumox/t";
-
-// A private directory, removed at the end.
-struct TempDir {
-  TempDir() : path((std::filesystem::temp_directory_path() / "lumox-bus-XXXXXX").string()) {
-    if (!mkdtemp(path.data())) throw std::runtime_error("mkdtemp");
-  }
-  ~TempDir() { std::filesystem::remove_all(path); }
-  std::string path;
-};
-
-// A session bus of its own (dbus-run-session), holding the service that the dbusmock template
-// `mock` in this folder offers, or no service at all when `mock` is empty.
+// A session bus of its own (dbus-run-session) in a private folder, holding the service that the
+// dbusmock template `mock` in this folder offers, or no service at all when `mock` is empty.
 class MockBus {
  public:
-  explicit MockBus(const std::string& mock = "", const std::string& name = "") {
-    std::vector<std::string> serve{"sleep", "1000"};
-    if (!mock.empty()) serve = {"/usr/bin/python3", "-m", "dbusmock", "-t", std::string(LUMOX_E2E_DIR) + "/" + mock, "-l", Log()};
+  MockBus(const std::string& mock, const std::string& name) : dir_(std::filesystem::temp_directory_path() / "lumox-bus-XXXXXX") {
+    if (!mkdtemp(dir_.data())) throw std::runtime_error("mkdtemp");
     std::vector<std::string> argv{"dbus-run-session", "--", "sh", "-c",
-                                  "echo \"$DBUS_SESSION_BUS_ADDRESS\" > " + dir_.path + "/a && mv " + dir_.path + "/a " +
-                                      dir_.path + "/address && exec \"$@\"",
+                                  "echo \"$DBUS_SESSION_BUS_ADDRESS\" > " + dir_ + "/a && mv " + dir_ + "/a " + dir_ +
+                                      "/address && exec \"$@\"",
                                   "sh"};
-    argv.insert(argv.end(), serve.begin(), serve.end());
+    if (mock.empty()) argv.insert(argv.end(), {"sleep", "1000"});
+    else argv.insert(argv.end(), {"/usr/bin/python3", "-m", "dbusmock", "-t", LUMOX_E2E_DIR "/" + mock, "-l", dir_ + "/calls.log"});
     pid_ = StartHelper(argv);
-    for (int waited = 0; waited < 10000 && address_.empty(); waited += 20, SleepMs(20))
-      std::ifstream(dir_.path + "/address") >> address_;
+    WaitFor([&] { return bool(std::ifstream(dir_ + "/address") >> address_); });
     // The service is there once it owns its name on the bus.
-    const std::string owner_query = "dbus-send --bus=" + address_ +
-                                     " --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
-                                     "org.freedesktop.DBus.NameHasOwner string:" + name + " 2>/dev/null";
-    for (int waited = 0; !name.empty() && waited < 10000; waited += 50, SleepMs(50)) {
-      if (Run(owner_query).find("true") != std::string::npos) break;
-    }
+    WaitFor([&] {
+      return name.empty() || RunCommand("dbus-send --bus=" + address_ +
+                                        " --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
+                                        "org.freedesktop.DBus.NameHasOwner string:" + name + " 2>/dev/null")
+                                     .find("true") != std::string::npos;
+    });
   }
-  ~MockBus() { StopHelper(pid_); }
+  ~MockBus() {
+    StopHelper(pid_);
+    std::filesystem::remove_all(dir_);
+  }
 
   std::string Env() const { return "DBUS_SESSION_BUS_ADDRESS=" + address_; }
+  const std::string& Dir() const { return dir_; }
   // The mock's calls so far, one a line, without the time stamps; waits until there are `lines`.
   std::vector<std::string> Calls(size_t lines, int ms = 5000) const {
     std::vector<std::string> calls;
-    for (int waited = 0; waited <= ms; waited += 50, SleepMs(50)) {
+    WaitFor([&] {
       calls.clear();
-      std::ifstream log(Log());
+      std::ifstream log(dir_ + "/calls.log");
       for (std::string line; std::getline(log, line);) calls.push_back(line.substr(line.find(' ') + 1));
-      if (calls.size() >= lines) break;
-    }
+      return calls.size() >= lines;
+    }, ms);
     return calls;
   }
 
  private:
-  std::string Log() const { return dir_.path + "/calls.log"; }
-  static std::string Run(const std::string& command) { return RunCommand(command); }
-
-  TempDir dir_;
+  std::string dir_;
   pid_t pid_ = -1;
   std::string address_;
 };
 
-// Minimises the flight with the window manager and restores it, first from full screen, then
-// after escape from the window; waits for the mock's `release_lines` lines of giving back and
-// the one line of asking again.
-void MinimiseAndRestoreTwice(Session& lumox, const std::string& window, const MockBus& bus, size_t release_lines) {
-  for (const char* before : {"", "key Escape sleep 0.5 "}) {
-    const size_t seen = bus.Calls(0, 0).size();
-    lumox.Xdo(before + std::string("windowminimize --sync ") + window);
-    bus.Calls(seen + release_lines);
-    lumox.Xdo("windowactivate --sync " + window);
-    bus.Calls(seen + release_lines + 1);
-  }
-}
-
-TEST(InhibitE2E, TheScreenSaverServiceIsHeldWhileTheFlightIsShown) {
-  MockBus bus("screensaver_mock.py", "org.freedesktop.ScreenSaver");
-  TempDir runtime;
-  Session lumox({.width = 1024, .height = 768, .env = {bus.Env(), "XDG_RUNTIME_DIR=" + runtime.path}});
-  ASSERT_FALSE(lumox.WaitForWindow("Untitled").empty());
-  EXPECT_TRUE(bus.Calls(0, 0).empty());  // the start window holds nothing
-  const std::string window = lumox.Fly();
-  ASSERT_FALSE(window.empty());
-  EXPECT_EQ(bus.Calls(1), (std::vector<std::string>{"Inhibit \"Lumox\" " + kReason}));
-  MinimiseAndRestoreTwice(lumox, window, bus, 1);
-  // Minimising gives back the cookie the mock handed out (1000 + its call count), restoring asks
-  // anew, leaving full screen keeps what is held, and quitting gives the last one back.
-  ASSERT_TRUE(lumox.Quit());
-  const std::string inhibit = "Inhibit \"Lumox\" " + kReason;
-  EXPECT_EQ(bus.Calls(6), (std::vector<std::string>{inhibit, "UnInhibit 1001", inhibit, "UnInhibit 1003", inhibit,
-                                                    "UnInhibit 1005"}));
-  EXPECT_EQ(lumox.ExitStatus(), 0);
-  EXPECT_EQ(lumox.Stderr(), "");
-}
-
-TEST(InhibitE2E, WithoutTheScreenSaverServiceThePortalIsAsked) {
-  MockBus bus("portal_mock.py", "org.freedesktop.portal.Desktop");
-  TempDir runtime;
-  Session lumox({.width = 1024, .height = 768, .env = {bus.Env(), "XDG_RUNTIME_DIR=" + runtime.path}});
-  const std::string window = lumox.Fly();
-  ASSERT_FALSE(window.empty());
-  const std::string inhibit = "Inhibit \"\" 8 {\"reason\": " + kReason + "}";  // 8: idle
-  EXPECT_EQ(bus.Calls(1), std::vector<std::string>{inhibit});
-  MinimiseAndRestoreTwice(lumox, window, bus, 2);  // Close, and the mock's line naming the request
-  ASSERT_TRUE(lumox.Quit());
-  std::vector<std::string> calls;
-  for (const char* request : {"1", "2", "3"})
-    calls.insert(calls.end(), {inhibit, "Close", "closed " + kPortalRequest + request});
-  EXPECT_EQ(bus.Calls(9), calls);
-  EXPECT_EQ(lumox.Stderr(), "");
-}
-
-// No bus to reach, or a bus on which nobody offers an inhibit: the flight is as ever, and quiet.
-TEST(InhibitE2E, WithNothingToAskTheFlightRunsAsEverAndSaysNothing) {
-  MockBus empty_bus;
-  TempDir runtime;
-  for (const std::string& bus : {"DBUS_SESSION_BUS_ADDRESS=unix:path=" + runtime.path + "/no-bus", empty_bus.Env()}) {
-    Session lumox({.width = 1024, .height = 768, .env = {bus, "XDG_RUNTIME_DIR=" + runtime.path}});
+// Each case flies, minimises the flight with the window manager and restores it, first from full
+// screen, then after escape from the window, and quits. The mock hands out cookie 1000 + its call
+// count; the portal's mock adds a line naming each request it closes. With nothing to ask (no bus
+// to reach, or a bus on which nobody offers an inhibit) the flight is as ever, and quiet.
+TEST(InhibitE2E, TheScreenSaverServiceElseThePortalIsHeldWhileTheFlightIsShown) {
+  const std::string reason = "\"Star-field flight on screen\"", inhibit = "Inhibit \"Lumox\" " + reason;
+  const std::string portal = "Inhibit \"\" 8 {\"reason\": " + reason + "}";  // 8: idle
+  const std::string closed = "closed /org/freedesktop/portal/desktop/request/lumox/t";
+  const struct {
+    const char *mock, *name;
+    size_t release_lines;  // for each minimise
+    std::vector<std::string> calls;
+  } cases[] = {
+      {"screensaver_mock.py", "org.freedesktop.ScreenSaver", 1,
+       {inhibit, "UnInhibit 1001", inhibit, "UnInhibit 1003", inhibit, "UnInhibit 1005"}},
+      {"portal_mock.py", "org.freedesktop.portal.Desktop", 2,
+       {portal, "Close", closed + "1", portal, "Close", closed + "2", portal, "Close", closed + "3"}},
+      {"", "", 0, {}},
+      {nullptr, "", 0, {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.mock ? c.mock : "no bus");
+    MockBus bus(c.mock ? c.mock : "", c.name);
+    const std::string address = c.mock ? bus.Env() : "DBUS_SESSION_BUS_ADDRESS=unix:path=" + bus.Dir() + "/no-bus";
+    Session lumox({.width = 1024, .height = 768, .env = {address, "XDG_RUNTIME_DIR=" + bus.Dir()}});
+    ASSERT_FALSE(lumox.WaitForWindow("Untitled").empty());
+    EXPECT_TRUE(bus.Calls(0, 0).empty());  // the start window holds nothing
     const std::string window = lumox.Fly();
-    ASSERT_FALSE(window.empty()) << bus;
-    lumox.Xdo("key Escape sleep 0.5 windowminimize --sync " + window + " windowactivate --sync " + window);
-    const QImage before = lumox.Screenshot();
-    bool moving = false;
-    for (int waited = 0; waited < 3000 && !moving; waited += 100, SleepMs(100))
-      moving = DifferentPixels(before, lumox.Screenshot()) > 100;
-    EXPECT_TRUE(moving) << bus;
-    ASSERT_TRUE(lumox.Quit()) << bus;
-    EXPECT_EQ(lumox.ExitStatus(), 0) << bus;
-    EXPECT_EQ(lumox.Stderr(), "") << bus;
+    ASSERT_FALSE(window.empty());
+    if (!c.calls.empty()) {
+      EXPECT_EQ(bus.Calls(1), std::vector<std::string>{c.calls[0]});
+    }
+    for (const char* before : {"", "key Escape sleep 0.5 "}) {
+      const size_t seen = bus.Calls(0, 0).size();
+      lumox.Xdo(before + std::string("windowminimize --sync ") + window);
+      if (c.release_lines) bus.Calls(seen + c.release_lines);
+      lumox.Xdo("windowactivate --sync " + window);
+      if (c.release_lines) bus.Calls(seen + c.release_lines + 1);
+    }
+    const QImage restored = lumox.Screenshot();
+    EXPECT_TRUE(WaitFor([&] { return DifferentPixels(restored, lumox.Screenshot()) > 100; }, 3000));
+    ASSERT_TRUE(lumox.Quit());
+    EXPECT_EQ(bus.Calls(c.calls.size()), c.calls);
+    EXPECT_EQ(lumox.ExitStatus(), 0);
+    EXPECT_EQ(lumox.Stderr(), "");
   }
 }
 

@@ -1,8 +1,8 @@
 #include "e2e/x_session.h"
 
 #include <fcntl.h>
-#include <sys/inotify.h>
 #include <signal.h>
+#include <sys/inotify.h>
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,11 +19,7 @@
 
 namespace lumox::e2e {
 
-namespace {
-
-// Environment settings go first in `argv`, through env(1), which runs the program in its own place.
-// Standard error goes to `stderr_file` if one is named.
-pid_t Spawn(const std::vector<std::string>& argv, int keep_fd = -1, const std::string& stderr_file = "") {
+pid_t StartHelper(const std::vector<std::string>& argv, int keep_fd, const std::string& stderr_file) {
   const pid_t pid = fork();
   if (pid != 0) return pid;
   setpgid(0, 0);
@@ -41,7 +37,7 @@ pid_t Spawn(const std::vector<std::string>& argv, int keep_fd = -1, const std::s
   _exit(127);
 }
 
-void Stop(pid_t pid) {
+void StopHelper(pid_t pid) {
   if (pid <= 0) return;
   kill(-pid, SIGTERM);
   for (int i = 0; i < 100; ++i, SleepMs(20))
@@ -50,33 +46,24 @@ void Stop(pid_t pid) {
   waitpid(pid, nullptr, 0);
 }
 
-}  // namespace
-
 void SleepMs(int ms) { usleep(ms * 1000); }
 
-namespace {
-
-std::vector<std::string> WindowManagerCommand(const std::string& wm, const std::string& config) {
-  if (wm == "xfwm4") return {"xfwm4", "--compositor=off", "--sm-client-disable"};
-  if (wm == "metacity") return {"metacity", "--sm-disable"};
-  if (wm == "i3") return {"i3", "-c", config};
-  if (wm == "icewm") return {"icewm"};
-  return {"openbox", "--sm-disable"};
+std::vector<std::string> AsTestUser(const std::string& folder) {
+  if (geteuid() != 0) return {};
+  if (RunCommand("id -u lumoxtest >/dev/null 2>&1 || useradd -m lumoxtest >/dev/null 2>&1; chown -R lumoxtest: " +
+                 folder + " && echo ok") != "ok\n")
+    throw std::runtime_error("no user lumoxtest");
+  return {"setpriv", "--reuid=lumoxtest", "--regid=lumoxtest", "--init-groups"};
 }
 
-}  // namespace
-
-pid_t StartHelper(const std::vector<std::string>& argv) { return Spawn(argv); }
-void StopHelper(pid_t pid) { Stop(pid); }
-
-Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
+Session::Session(const SessionOptions& options) {
   int fds[2];
   if (pipe(fds) != 0) throw std::runtime_error("pipe");
   const std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";
   std::vector<std::string> xvfb = {"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", screen, "-nolisten", "tcp"};
   // Monitors are set before any client stays connected: the server must not reset when xrandr leaves.
   if (!options.monitors.empty()) xvfb.push_back("-noreset");
-  xvfb_ = Spawn(xvfb, fds[1]);
+  xvfb_ = StartHelper(xvfb, fds[1]);
   close(fds[1]);
   display_ = ":";
   for (char c; read(fds[0], &c, 1) == 1 && c != '\n';) display_ += c;
@@ -96,11 +83,10 @@ Session::Session(const SessionOptions& options) : wm_name_(options.wm) {
   data_ = (std::filesystem::temp_directory_path() / "lumox-e2e-XXXXXX").string();
   if (!mkdtemp(data_.data())) throw std::runtime_error("mkdtemp");
   std::filesystem::create_directory(data_ + "/.wm");
-  const std::string i3_config = data_ + "/.wm/i3";
-  std::ofstream(i3_config) << "font pango:DejaVu Sans 8\n";
-  std::vector<std::string> wm = {"env", "DISPLAY=" + display_, "HOME=" + data_ + "/.wm"};
-  for (const std::string& word : WindowManagerCommand(options.wm, i3_config)) wm.push_back(word);
-  wm_ = Spawn(wm);
+  std::vector<std::string> wm = {"env", "DISPLAY=" + display_, "HOME=" + data_ + "/.wm", options.wm};
+  if (options.wm == "xfwm4") wm.insert(wm.end(), {"--compositor=off", "--sm-client-disable"});
+  else wm.push_back("--sm-disable");
+  wm_ = StartHelper(wm);
   // The manager announces itself before it is ready to take windows; a window it frames is proof.
   if (Shell(std::string(X_WINDOW) + " probe; echo $?") != "0\n") throw std::runtime_error(options.wm + " did not start");
 
@@ -118,13 +104,13 @@ void Session::StartLumox(const std::vector<std::string>& args, const std::vector
   lumox.insert(lumox.end(), env.begin(), env.end());
   lumox.push_back(LUMOX_EXE);
   lumox.insert(lumox.end(), args.begin(), args.end());
-  lumox_ = Spawn(lumox, -1, stderr_);
+  lumox_ = StartHelper(lumox, -1, stderr_);
 }
 
 Session::~Session() {
-  if (Running()) Stop(lumox_);
-  Stop(wm_);
-  Stop(xvfb_);
+  if (Running()) StopHelper(lumox_);
+  StopHelper(wm_);
+  StopHelper(xvfb_);
   close(inotify_);
   std::error_code ignored;
   std::filesystem::permissions(data_, std::filesystem::perms::owner_all, ignored);
@@ -153,10 +139,9 @@ QImage Session::Screenshot() const {
   return image.convertToFormat(QImage::Format_RGB32);
 }
 
-
-std::string Session::Prefs() const {
+std::string ReadFile(const std::string& path) {
   std::ostringstream text;
-  text << std::ifstream(File("LumoxPrefs"), std::ios::binary).rdbuf();
+  text << std::ifstream(path, std::ios::binary).rdbuf();
   return text.str();
 }
 
@@ -169,12 +154,6 @@ int Session::PrefsWrites() {
       p += sizeof(inotify_event) + event->len;
     }
   return writes_;
-}
-
-std::string Session::Stderr() const {
-  std::ostringstream text;
-  text << std::ifstream(stderr_, std::ios::binary).rdbuf();
-  return text.str();
 }
 
 void Session::KillXServer() {
@@ -208,7 +187,7 @@ std::string Session::WaitForWindow(const std::string& title, int ms) const {
   return id;
 }
 
-std::string Session::Fly() {
+std::string Session::Fly(QRect screen) {
   const auto fail = [](const char* step) {
     ADD_FAILURE() << "the flight did not come: " << step;
     return std::string();
@@ -220,7 +199,7 @@ std::string Session::Fly() {
   Xdo("key Return");
   const std::string window = WaitForWindow("Lumox");
   if (window.empty()) return fail("no flight window");
-  const QRect screen = Screenshot().rect();
+  if (screen.isEmpty()) screen = Screenshot().rect();
   if (!WaitForGeometry(window, screen)) return fail("not full screen");
   if (!WaitForActive(window)) return fail("no keyboard focus");
   return WaitForLit(screen, 500) ? window : fail("nothing drawn");

@@ -29,7 +29,7 @@ struct SessionOptions {
   int width = 1440;
   int height = 900;
   const char* prefs = nullptr;  // LumoxPrefs' text, if there is to be one
-  std::string wm = "openbox";   // openbox, xfwm4, metacity, i3 or icewm
+  std::string wm = "openbox";   // one of kWindowManagers
   // Runs on the fresh data folder before lumox starts, e.g. to put a link or a FIFO there.
   std::function<void(const std::string& folder)> prepare = {};
   std::vector<std::string> lumox_args = {};  // after the program's name
@@ -37,6 +37,8 @@ struct SessionOptions {
   bool start_lumox = true;                   // false: the test runs lumox itself
   std::vector<std::string> env = {};         // "NAME=value" for lumox, besides the display's
 };
+
+std::string ReadFile(const std::string& path);  // "" if there is none
 
 // One run: a private screen managed by a real window manager, a fresh data folder (holding
 // LumoxPrefs with `prefs` if given) and lumox started on them with XDG_DATA_HOME set to it.
@@ -54,7 +56,7 @@ class Session {
   std::string Xdo(const std::string& args) const { return Shell("xdotool " + args + " 2>/dev/null"); }
   QImage Screenshot() const;
   std::string File(const std::string& name) const { return data_ + "/" + name; }
-  std::string Prefs() const;  // LumoxPrefs' text, "" if there is none
+  std::string Prefs() const { return ReadFile(File("LumoxPrefs")); }  // "" if there is none
   // How many times LumoxPrefs has been put in place whole (linked in new or renamed over).
   int PrefsWrites();
 
@@ -69,9 +71,9 @@ class Session {
   bool Quit();
   // The X window id of the mapped top-level window with this exact title, or "" if none within `ms`.
   std::string WaitForWindow(const std::string& title, int ms = 20000) const;
-  // Presses GO (Return) in the start window and waits for the flight: full screen, focused and
-  // drawn. Gives the display window's id, or "" if it did not come.
-  std::string Fly();
+  // Presses GO (Return) in the start window and waits for the flight: filling `screen` (by
+  // default the whole one), focused and drawn. Gives the display window's id, or "" if it did not come.
+  std::string Fly(QRect screen = {});
   // Client-area geometry of a window, as the window manager reports it.
   QRect Geometry(const std::string& window) const;
   bool WaitForGeometry(const std::string& window, const QRect& geometry, int ms = 10000) const;
@@ -82,9 +84,8 @@ class Session {
   bool Iconic(const std::string& window) const;
   // The screen has more than `min` lit pixels in `area`.
   bool WaitForLit(const QRect& area, int min, int ms = 10000) const;
-  const std::string& WindowManager() const { return wm_name_; }
   // What lumox has written to its standard error so far.
-  std::string Stderr() const;
+  std::string Stderr() const { return ReadFile(stderr_); }
   // Kills the X server under lumox, as a crash or the end of the session does.
   void KillXServer();
   const std::string& Display() const { return display_; }
@@ -92,7 +93,7 @@ class Session {
  private:
   pid_t xvfb_ = -1, wm_ = -1, lumox_ = -1;
   int status_ = -1, inotify_ = -1, writes_ = 0;
-  std::string display_, data_, wm_name_, stderr_;
+  std::string display_, data_, stderr_;
 };
 
 void SleepMs(int ms);
@@ -100,12 +101,16 @@ void SleepMs(int ms);
 std::string RunCommand(const std::string& command);
 // Polls `done` until it holds or `ms` pass; gives whether it held.
 bool WaitFor(const std::function<bool()>& done, int ms = 10000);
-// A helper process (a bus, a mocked service, a screensaver) in its own process group, with no
-// input and its output dropped; StopHelper ends the group.
-pid_t StartHelper(const std::vector<std::string>& argv);
+// A process (a server, a bus, a mocked service, lumox) in its own process group, with no input,
+// its output dropped and its standard error in `stderr_file` if one is named; environment
+// settings go first in `argv`, through env(1). StopHelper ends the group.
+pid_t StartHelper(const std::vector<std::string>& argv, int keep_fd = -1, const std::string& stderr_file = "");
 void StopHelper(pid_t pid);
+// The words that run a command as the unprivileged user lumoxtest when the tests run as root, as
+// sway and XScreenSaver refuse root; the user is made if missing and given `folder`.
+std::vector<std::string> AsTestUser(const std::string& folder);
 inline std::string MouseTo(QPoint p) { return "mousemove " + std::to_string(p.x()) + " " + std::to_string(p.y()); }
-using testing::LitPixels;
+using testing::LitPixels, testing::ColourPixels, testing::Green, testing::GreenPixels;
 // Pixels that differ between two images of the same size.
 int DifferentPixels(const QImage& a, const QImage& b);
 

@@ -21,7 +21,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
@@ -70,21 +69,8 @@ std::string StderrOf(const std::function<void()>& run) {
   return text;
 }
 
-// Puts an environment variable back as it was at the end of the scope.
-class SavedVariable {
- public:
-  explicit SavedVariable(const char* name) : name_(name) {
-    if (const char* value = getenv(name)) value_ = value;
-  }
-  ~SavedVariable() { value_ ? setenv(name_, value_->c_str(), 1) : unsetenv(name_); }
-
- private:
-  const char* name_;
-  std::optional<std::string> value_;
-};
-
 TEST(PrefsStore, WithoutHomeThePasswordDatabaseTellsItAndARelativeXdgDataHomeIsIgnored) {
-  const SavedVariable xdg("XDG_DATA_HOME"), home("HOME");
+  const std::string xdg = getenv("XDG_DATA_HOME"), home = getenv("HOME") ? getenv("HOME") : "";  // put back at the end
   unsetenv("HOME");
   unsetenv("XDG_DATA_HOME");
   const std::string passwd_home = getpwuid(getuid())->pw_dir;
@@ -100,6 +86,8 @@ TEST(PrefsStore, WithoutHomeThePasswordDatabaseTellsItAndARelativeXdgDataHomeIsI
   EXPECT_EQ(myLib::ApplicationDataFolder, "/nowhere/home/.local/share/net.tallowby.Lumox");
   setenv("XDG_DATA_HOME", "/data/home", 1);
   EXPECT_EQ(Path(), "/data/home/LumoxPrefs");
+  setenv("XDG_DATA_HOME", xdg.c_str(), 1);
+  home.empty() ? unsetenv("HOME") : setenv("HOME", home.c_str(), 1);
 }
 
 // A filter that kills the process at its first rename.

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace lumox {
 namespace {
 
@@ -36,14 +38,9 @@ TEST(CommandLine, OptionsBecomeChoices) {
   };
   for (const auto& c : cases) {
     const CommandLine line = Parse(c.arguments);
-    const QString args = c.arguments.join(' ');
-    EXPECT_EQ(line.help, c.help) << args.toStdString();
-    EXPECT_EQ(line.version, c.version) << args.toStdString();
-    EXPECT_EQ(line.go, c.go) << args.toStdString();
-    EXPECT_EQ(line.window, c.window) << args.toStdString();
-    EXPECT_EQ(line.fps, c.fps) << args.toStdString();
-    EXPECT_EQ(line.screen, c.screen) << args.toStdString();
-    EXPECT_EQ(line.error, c.error) << args.toStdString();
+    EXPECT_EQ(std::tuple(line.help, line.version, line.go, line.window, line.fps, line.screen, line.error),
+              std::tuple(c.help, c.version, c.go, c.window, c.fps, c.screen, c.error))
+        << c.arguments.join(' ').toStdString();
   }
 }
 
