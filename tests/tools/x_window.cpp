@@ -8,6 +8,7 @@
 
 #include <poll.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -28,20 +29,44 @@ xcb_window_t MakeWindow(xcb_connection_t* c, xcb_screen_t* screen, int x, int y,
   return window;
 }
 
+// Whether the window manager lists `window` among the windows it manages (_NET_CLIENT_LIST).
+bool Listed(xcb_connection_t* c, xcb_screen_t* screen, xcb_window_t window) {
+  const char name[] = "_NET_CLIENT_LIST";
+  xcb_intern_atom_reply_t* atom = xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, sizeof name - 1, name), nullptr);
+  if (!atom) return false;
+  xcb_get_property_reply_t* list =
+      xcb_get_property_reply(c, xcb_get_property(c, 0, screen->root, atom->atom, XCB_ATOM_WINDOW, 0, 4096), nullptr);
+  free(atom);
+  if (!list) return false;
+  const auto* ids = static_cast<const xcb_window_t*>(xcb_get_property_value(list));
+  const int count = xcb_get_property_value_length(list) / 4;
+  const bool listed = std::find(ids, ids + count, window) != ids + count;
+  free(list);
+  return listed;
+}
+
 int Probe(xcb_connection_t* c, xcb_screen_t* screen) {
-  MakeWindow(c, screen, 0, 0, 10, 10, true);
+  const xcb_window_t window = MakeWindow(c, screen, 0, 0, 10, 10, true);
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   pollfd fd{xcb_get_file_descriptor(c), POLLIN, 0};
-  while (std::chrono::steady_clock::now() < deadline) {
+  bool framed = false;
+  while (!framed && std::chrono::steady_clock::now() < deadline) {
     while (xcb_generic_event_t* event = xcb_poll_for_event(c)) {
-      const bool framed = (event->response_type & 0x7f) == XCB_REPARENT_NOTIFY;
+      framed |= (event->response_type & 0x7f) == XCB_REPARENT_NOTIFY;
       free(event);
-      if (framed) return 0;
     }
     if (xcb_connection_has_error(c)) return 1;
-    poll(&fd, 1, 100);
+    if (!framed) poll(&fd, 1, 100);
   }
-  return 1;
+  if (!framed) return 1;
+  // Listed by the manager, then gone from its list before the program ends: the next client
+  // reuses this one's ids, and a manager still holding this window would move that client's
+  // window to its place.
+  while (std::chrono::steady_clock::now() < deadline && !Listed(c, screen, window)) poll(nullptr, 0, 20);
+  xcb_destroy_window(c, window);
+  xcb_flush(c);
+  while (std::chrono::steady_clock::now() < deadline && Listed(c, screen, window)) poll(nullptr, 0, 20);
+  return 0;
 }
 
 int Hold(xcb_connection_t* c, xcb_screen_t* screen, char** xywh) {
