@@ -8,6 +8,7 @@
 # MUTATE_CTEST_ARGS picks the tests, by default all but the end-to-end, slow and install ones
 # (and those of test programs it doesn't build); MUTATE_TARGETS names what to build for them
 # (default: core_tests ui_tests). MUTATE_CTEST_ARGS= MUTATE_TARGETS=all runs every test.
+# MUTATE_ALL_FAILURES=1 runs every test for each fault, so its log names all that catch it.
 set -u
 root=$(cd "$(dirname "$0")/.." && pwd)
 work=$(realpath -m "${1:-$root/build-mutate}")
@@ -71,10 +72,12 @@ revert() {
 trap 'revert; exit 130' INT TERM
 trap revert EXIT
 
+stop=--stop-on-failure
+[ -n "${MUTATE_ALL_FAILURES:-}" ] && stop=
 read -r -a targets <<<"${MUTATE_TARGETS-core_tests ui_tests}"
 build_and_test() {
   cmake --build "$build" --target "${targets[@]}" >"$1.build" 2>&1 || return 2
-  ctest --test-dir "$build" --timeout 120 --stop-on-failure "${ctest_args[@]}" >"$1.test" 2>&1 || return 1
+  ctest --test-dir "$build" --timeout 120 $stop "${ctest_args[@]}" >"$1.test" 2>&1 || return 1
 }
 
 cmake -S "$tree" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release >"$log/configure" 2>&1 || { cat "$log/configure"; exit 2; }
