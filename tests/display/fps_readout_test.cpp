@@ -34,7 +34,7 @@ GlState ReadGlState() {
 }
 
 // Where the readout stands on the screen is seen end to end (CliWindowE2E).
-TEST(FpsReadout, ItLeavesTheGlStateAsItWas) {
+TEST(FpsReadout, ItIsBlendedOverTheFrameAndLeavesTheGlStateAsItWas) {
   SurfaceWindow* w = SurfaceWindow::Instance();
   w->Timer1()->stop();  // frames only when the test asks for them
   ASSERT_TRUE(testing::RunUntil([&] { return w->Surface()->isExposed(); }));
@@ -44,10 +44,16 @@ TEST(FpsReadout, ItLeavesTheGlStateAsItWas) {
   ASSERT_NE(QOpenGLContext::currentContext(), nullptr);
   const GlState before = ReadGlState();
   EXPECT_EQ(before.blend, GL_FALSE);
+  // Over white, so that the readout's box shows whether it was blended: a translucent black.
+  glClearColor(1, 1, 1, 1);
+  glClear(GL_COLOR_BUFFER_BIT);
   const QImage picture = ReadoutPicture(QStringLiteral("30 fps  CPU 25%")).mirrored();
   DrawOverlay({picture.width(), picture.height(), picture.constBits()}, 20, 30, MesaOverlayGl());
   EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
   EXPECT_TRUE(ReadGlState() == before);
+  GLubyte box[4] = {};
+  glReadPixels(22, 30 + picture.height() / 2, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, box);
+  EXPECT_NEAR(box[0], 255 - 160, 2);  // white under black of alpha 160, left of the text
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "display/fps_overlay.h"
 #include "support/gl_recorder.h"
 #include "support/scripted_numbers.h"
 
@@ -54,22 +55,27 @@ TEST(Frame, AnEmptyFieldStillMovesTheCameraAndAFullOneDrawsAllStars) {
 }
 
 // On a HiDPI screen GL sizes points in device pixels: the size sent is StarSize times the
-// window's ratio, and nothing else in the frame changes. At ratio 1 the calls are those above.
+// window's ratio, under the frames-per-second readout too, and nothing else in the frame changes.
+// At ratio 1 the calls are those above.
 TEST(Frame, PointSizeFollowsTheDevicePixelRatio) {
-  auto frame = [](double ratio) {
+  const unsigned char pixels[3 * 2 * 4] = {};
+  auto frame = [&](double ratio, bool readout) {
     StarField field{.StarMax = 3, .StarSize = 1.44f};
     GlRecorder recorder;
-    Surface_Render(field, recorder.Api(), ratio);
+    if (readout) RenderWithReadout(field, recorder.Api(), {3, 2, pixels}, recorder.OverlayApi(), ratio);
+    else Surface_Render(field, recorder.Api(), ratio);
     return recorder.Calls();
   };
-  const std::vector<GlCall> plain = frame(1.0);
-  EXPECT_EQ(plain[6], Call("glPointSize", 1.44f));
-  for (const auto& [ratio, bits] : {std::pair{2.0, 0x403851ECu}, {1.5, 0x400A3D71u}, {1.25, 0x3FE66667u}}) {
-    std::vector<GlCall> calls = frame(ratio);
-    ASSERT_EQ(calls.size(), plain.size());
-    EXPECT_EQ(testing::Bits(static_cast<float>(calls[6].args[0])), bits) << ratio;
-    calls[6] = plain[6];
-    EXPECT_EQ(calls, plain) << ratio;
+  for (const bool readout : {false, true}) {
+    const std::vector<GlCall> plain = frame(1.0, readout);
+    EXPECT_EQ(plain[6], Call("glPointSize", 1.44f));
+    for (const auto& [ratio, bits] : {std::pair{2.0, 0x403851ECu}, {1.5, 0x400A3D71u}, {1.25, 0x3FE66667u}}) {
+      std::vector<GlCall> calls = frame(ratio, readout);
+      ASSERT_EQ(calls.size(), plain.size());
+      EXPECT_EQ(testing::Bits(static_cast<float>(calls[6].args[0])), bits) << ratio << " " << readout;
+      calls[6] = plain[6];
+      EXPECT_EQ(calls, plain) << ratio << " " << readout;
+    }
   }
 }
 
