@@ -1,7 +1,6 @@
 // The display window's opening, keys and closing against an empty settings folder.
 #include <gtest/gtest.h>
 
-#include <QFileInfo>
 #include <QMenuBar>
 
 #include "display/surface_window.h"
@@ -49,15 +48,6 @@ TEST(DisplayWindow, AFilesValuesAreTakenAsTheyStandButTheStarCountIsHeld) {
   testing::Press(w, Qt::Key_Left);
   w->Event_Close();  // the file was present and the settings window never opened
   EXPECT_EQ(testing::ReadPrefs(), "3000\n0.1\n-7\n15\n90000\n");
-}
-
-TEST(DisplayWindow, AFileThatCannotBeOpenedGivesTheDefaultsAndIsLeftAlone) {
-  QDir().mkpath(testing::PrefsPath());  // a folder where the file should be
-  SurfaceWindow* w = SurfaceWindow::Instance();
-  EXPECT_FALSE(w->ini_file_changed);
-  EXPECT_TRUE(w->Rotn == 35 && w->ColourSpread == 170 && w->Speed == kDefaultSpeed);
-  w->Event_Close();  // a folder in the way costs only the write
-  EXPECT_TRUE(QFileInfo(testing::PrefsPath()).isDir());
 }
 
 TEST(DisplayWindow, KeysSteerTheFlightAndEscapeLeavesFullScreenOnce) {

@@ -20,15 +20,6 @@ constexpr int64_t kMin64 = std::numeric_limits<int64_t>::min();
 uint32_t Bits(float f) { return std::bit_cast<uint32_t>(f); }
 uint64_t Bits(double d) { return std::bit_cast<uint64_t>(d); }
 
-TEST(PrefsFormat, DefaultFileAndEmptyLines) {
-  EXPECT_EQ(JoinLines(WriteSettings(DefaultSettings(1440))), "35\n0.0035\n170\n1.44\n21600\n");
-  EXPECT_EQ(SplitLines(""), Lines{});
-  EXPECT_EQ(SplitLines("\r\n"), Lines{""});
-  const Settings back = ReadSettings({"35", "0.0035", "170", "1.44", "21600"});
-  EXPECT_EQ(Bits(back.Speed), 0x3B656042u);     // the single nearest 0.0035
-  EXPECT_EQ(Bits(back.StarSize), 0x3FB851ECu);  // the single nearest 1.44
-}
-
 // Files from editors on other systems: every line end, a byte-order mark, text read in pieces
 // cut anywhere (a CR LF or the mark itself may be split between two reads).
 TEST(PrefsFormatFile, AnyLineEndAndAByteOrderMarkReadAlikeInPiecesOfAnySize) {

@@ -100,14 +100,5 @@ TEST(CommandLine, WindowIdsAreDecimalOrHexAndNothingElse) {
     EXPECT_EQ(ParseWindowId(QString::fromUtf8(text)), std::nullopt) << text;
 }
 
-TEST(CommandLine, HelpNamesTheCommandAndEveryOption) {
-  const QString help = HelpText();
-  EXPECT_TRUE(help.startsWith("Usage: lumox [options]\n")) << help.toStdString();
-  for (const char* option : {"-h, --help ", "-v, --version ", "--go ", "--window ", "--screen <screen> ", "--fps ",
-                             "--root ", "--window-id <id> ", "--speed <speed> ", "--rotation <rotation> ",
-                             "--stars <stars> ", "--star-size <size> ", "--colour-spread <spread> "})
-    EXPECT_TRUE(help.contains(QStringLiteral("\n  ") + option)) << option;
-}
-
 }  // namespace
 }  // namespace lumox
