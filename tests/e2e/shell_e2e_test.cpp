@@ -31,13 +31,12 @@ std::vector<int> BrightStarAreas(const QImage& image) {
   const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
   const int w = rgb.width(), h = rgb.height();
   const auto at = [&](int x, int y) { return reinterpret_cast<const QRgb*>(rgb.constScanLine(y))[x]; };
-  const auto level = [](QRgb p) { return qMax(qRed(p), qMax(qGreen(p), qBlue(p))); };
   std::vector<char> seen(size_t(w) * h);
   std::vector<int> areas;
   std::vector<QPoint> todo;
   for (int y0 = 0; y0 < h; ++y0)
     for (int x0 = 0; x0 < w; ++x0) {
-      if (seen[size_t(y0) * w + x0] || level(at(x0, y0)) <= 24) continue;
+      if (seen[size_t(y0) * w + x0] || Level(at(x0, y0)) <= 24) continue;
       int area = 0, peak = 0;
       bool green = false;
       seen[size_t(y0) * w + x0] = 1;
@@ -47,11 +46,11 @@ std::vector<int> BrightStarAreas(const QImage& image) {
         todo.pop_back();
         const QRgb colour = at(p.x(), p.y());
         ++area;
-        peak = std::max(peak, level(colour));
-        green = green || qGreen(colour) - qMax(qRed(colour), qBlue(colour)) >= 60;
+        peak = std::max(peak, Level(colour));
+        green = green || ReadoutGreen(colour);
         for (int y = std::max(p.y() - 1, 0); y <= std::min(p.y() + 1, h - 1); ++y)
           for (int x = std::max(p.x() - 1, 0); x <= std::min(p.x() + 1, w - 1); ++x)
-            if (!seen[size_t(y) * w + x] && level(at(x, y)) > 24) {
+            if (!seen[size_t(y) * w + x] && Level(at(x, y)) > 24) {
               seen[size_t(y) * w + x] = 1;
               todo.emplace_back(x, y);
             }

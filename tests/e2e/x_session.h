@@ -110,7 +110,7 @@ void StopHelper(pid_t pid);
 // sway and XScreenSaver refuse root; the user is made if missing and given `folder`.
 std::vector<std::string> AsTestUser(const std::string& folder);
 inline std::string MouseTo(QPoint p) { return "mousemove " + std::to_string(p.x()) + " " + std::to_string(p.y()); }
-using testing::LitPixels, testing::ColourPixels, testing::Green, testing::GreenPixels;
+using testing::LitPixels, testing::ColourPixels, testing::Green, testing::GreenPixels, testing::Level, testing::ReadoutGreen;
 // Pixels that differ between two images of the same size.
 int DifferentPixels(const QImage& a, const QImage& b);
 

@@ -16,9 +16,16 @@ int CountPixels(const QImage& image, Take take) {
   return count;
 }
 
+// A pixel's brightest channel.
+inline int Level(QRgb p) { return qMax(qRed(p), qMax(qGreen(p), qBlue(p))); }
+
+// Green standing well above both red and blue: the frames-per-second readout's pale green, since
+// a star's green never exceeds the larger of its red and blue.
+inline bool ReadoutGreen(QRgb p) { return qGreen(p) - qMax(qRed(p), qBlue(p)) >= 60; }
+
 // Pixels whose brightest channel is above `threshold`.
 inline int LitPixels(const QImage& image, int threshold = 24) {
-  return CountPixels(image, [threshold](QRgb p) { return qMax(qRed(p), qMax(qGreen(p), qBlue(p))) > threshold; });
+  return CountPixels(image, [threshold](QRgb p) { return Level(p) > threshold; });
 }
 
 // Pixels within `tolerance` of `colour` in each channel.
@@ -29,8 +36,7 @@ inline int ColourPixels(const QImage& image, QRgb colour, int tolerance) {
   });
 }
 
-// Pixels whose green stands well above both red and blue: the frames-per-second readout's pale
-// green, since a star's green never exceeds the larger of its red and blue.
+// The readout's green pixels, counted and bounded.
 struct Green {
   int count = 0;
   QRect bounds;
@@ -40,8 +46,7 @@ inline Green GreenPixels(const QImage& image) {
   Green green;
   for (int y = 0; y < rgb.height(); ++y)
     for (int x = 0; x < rgb.width(); ++x) {
-      const QRgb p = rgb.pixel(x, y);
-      if (qGreen(p) - qMax(qRed(p), qBlue(p)) < 60) continue;
+      if (!ReadoutGreen(rgb.pixel(x, y))) continue;
       ++green.count;
       green.bounds |= QRect(x, y, 1, 1);
     }
