@@ -7,7 +7,9 @@ packages=(
   libgl-dev libglu1-mesa-dev libgl1-mesa-dri
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth openbox xdotool x11-utils x11-xserver-utils fonts-dejavu-core
-  qt6-wayland libxcb1-dev
+  qt6-wayland libxcb1-dev libxcb-randr0-dev
+  # The layer-shell host: plain Wayland client, EGL and the protocol descriptions.
+  libwayland-dev libegl-dev wayland-protocols libwayland-bin
   # The desktops the end-to-end tests run on: X11 window managers and a headless Wayland compositor.
   xfwm4 metacity i3-wm icewm sway wtype grim
   # The hosts Lumox meets: the screensaver daemon and a session bus with a mocked service.
