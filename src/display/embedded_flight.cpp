@@ -5,11 +5,16 @@
 namespace lumox {
 
 EmbeddedFlight::EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended)
-    : window_(window), starting_(std::move(starting)), ended_(std::move(ended)) {}
+    : window_(window),
+      starting_(std::move(starting)),
+      ended_(std::move(ended)),
+      surface_(std::make_unique<OpenGLSurface>([this] { Event_Paint(); })) {
+  SetTarget(surface_.get());
+}
 
 EmbeddedFlight::~EmbeddedFlight() {
   Timer1()->stop();
-  delete Surface();  // before the host it is a child of
+  surface_.reset();  // before the host it is a child of
 }
 
 bool EmbeddedFlight::Open() {

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "display/flight.h"
+#include "display/opengl_surface.h"
 #include "display/x11_host.h"
 
 namespace lumox {
@@ -22,6 +23,7 @@ class EmbeddedFlight : public Flight {
 
   // Puts the surface into the window and takes off; false when there is no such window.
   bool Open();
+  OpenGLSurface* Surface() const { return surface_.get(); }
 
  private:
   void Fit(QSize device_size);
@@ -31,6 +33,7 @@ class EmbeddedFlight : public Flight {
   std::function<void()> ended_;
   std::unique_ptr<X11WindowWatcher> watcher_;
   std::unique_ptr<QWindow> host_;
+  std::unique_ptr<OpenGLSurface> surface_;  // a child of host_'s, so it goes first
 };
 
 }  // namespace lumox

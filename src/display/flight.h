@@ -1,17 +1,17 @@
 #pragma once
+#include <QImage>
 #include <QTimer>
 
+#include "display/draw_target.h"
 #include "display/fps_readout.h"
-#include "display/opengl_surface.h"
 #include "display/sweep_timer.h"
 #include "starfield/star_field.h"
 
 namespace lumox {
 
-// The flight itself: the stars and their five settings, the GL surface, Timer1 (shade and draw
-// a frame) and Timer2 (recycle the passed stars), and the frame with its readout. The display
-// window and the embedded screensaver both host one; the host decides where the surface goes
-// and owns it from then on.
+// The flight itself: the stars and their five settings, Timer1 (shade and draw a frame) and
+// Timer2 (recycle the passed stars), and the frame with its readout. It makes no window: each
+// host gives it a target to draw on and keeps that target alive as long as the flight.
 class Flight : public StarField {
  public:
   Flight();
@@ -19,7 +19,8 @@ class Flight : public StarField {
   Flight& operator=(const Flight&) = delete;
   virtual ~Flight() = default;
 
-  OpenGLSurface* Surface() const { return surface_; }
+  void SetTarget(DrawTarget* target) { target_ = target; }
+  DrawTarget* Target() const { return target_; }
   QTimer* Timer1() { return &timer1_; }
   SweepTimer* Timer2() { return &timer2_; }
 
@@ -27,6 +28,11 @@ class Flight : public StarField {
   void Timer2_Action();
   bool Surface_Render();
   void Event_Paint();
+  // One frame on the target: its context made current, the viewport over all of it, the frame
+  // drawn and the buffer swapped. Nothing without a target that can be drawn on.
+  void Render();
+  // The same, reading the finished frame back before the swap (for checks of what was drawn).
+  QImage RenderAndCapture();
 
   // Timer2's period from the present StarMax and Speed.
   void ResetTimer2Period();
@@ -36,12 +42,18 @@ class Flight : public StarField {
   // Takes off with `settings`: CameraZ back to 0, the stars made anew, the first frame drawn and
   // both timers running.
   void TakeOff(const Settings& settings);
+  // Both timers stop while the target takes no frames; Resume starts them again (the next frame
+  // comes one tick later). The flight stands still meanwhile, as no frame moves it.
+  bool Paused() const { return paused_; }
+  void Resume();
 
  private:
-  OpenGLSurface* surface_ = nullptr;
+  bool Begin();
+  DrawTarget* target_ = nullptr;
   QTimer timer1_;
   SweepTimer timer2_;
   FpsReadout fps_readout_;
+  bool paused_ = false;
 };
 
 }  // namespace lumox

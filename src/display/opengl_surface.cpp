@@ -1,7 +1,5 @@
 #include "display/opengl_surface.h"
 
-#include <GL/gl.h>
-
 #include <QSurfaceFormat>
 
 namespace lumox {
@@ -22,8 +20,8 @@ QSurfaceFormat SurfaceFormat() {
 }
 }  // namespace
 
-OpenGLSurface::OpenGLSurface(RenderEvent render, PaintEvent paint)
-    : render_(std::move(render)), paint_(std::move(paint)) {
+OpenGLSurface::OpenGLSurface(std::function<void()> exposed, QWindow* parent)
+    : QWindow(parent), exposed_(std::move(exposed)) {
   setSurfaceType(QSurface::OpenGLSurface);
   // Keys and the mouse belong to the window that holds the surface.
   setFlag(Qt::WindowTransparentForInput);
@@ -32,34 +30,20 @@ OpenGLSurface::OpenGLSurface(RenderEvent render, PaintEvent paint)
   context_.create();
 }
 
-bool OpenGLSurface::Begin() {
+bool OpenGLSurface::MakeCurrent() {
   if (!handle()) create();
-  if (!context_.makeCurrent(this)) return false;
-  const qreal ratio = devicePixelRatio();
-  glViewport(0, 0, static_cast<GLsizei>(width() * ratio), static_cast<GLsizei>(height() * ratio));
-  return true;
+  return context_.makeCurrent(this);
 }
 
-void OpenGLSurface::Render() {
-  if (!Begin()) return;
-  render_();
-  if (isExposed()) context_.swapBuffers(this);
-}
+int OpenGLSurface::DeviceWidth() const { return static_cast<int>(width() * devicePixelRatio()); }
+int OpenGLSurface::DeviceHeight() const { return static_cast<int>(height() * devicePixelRatio()); }
 
-QImage OpenGLSurface::RenderAndCapture() {
-  if (!Begin()) return {};
-  render_();
-  const qreal ratio = devicePixelRatio();
-  QImage image(static_cast<int>(width() * ratio), static_cast<int>(height() * ratio), QImage::Format_RGBA8888);
-  glReadBuffer(GL_BACK);
-  glPixelStorei(GL_PACK_ALIGNMENT, 4);
-  glReadPixels(0, 0, image.width(), image.height(), GL_RGBA, GL_UNSIGNED_BYTE, image.bits());
+void OpenGLSurface::Swap() {
   if (isExposed()) context_.swapBuffers(this);
-  return image.mirrored();
 }
 
 void OpenGLSurface::exposeEvent(QExposeEvent*) {
-  if (isExposed()) paint_();
+  if (isExposed()) exposed_();
 }
 
 }  // namespace lumox

@@ -1,34 +1,34 @@
 #pragma once
-#include <QImage>
 #include <QOpenGLContext>
 #include <QWindow>
 #include <functional>
 
+#include "display/draw_target.h"
+
 namespace lumox {
 
-// The GL surface: a native child window with its own compatibility context, drawn straight to
-// the screen rather than through an offscreen buffer that Qt composites. The context lives as
-// long as the window, so the modelview matrix (the camera) carries over from frame to frame.
-class OpenGLSurface : public QWindow {
+// The GL surface in Qt's windows: a native window with its own compatibility context, drawn
+// straight to the screen rather than through an offscreen buffer that Qt composites. The context
+// lives as long as the window, so the modelview matrix (the camera) carries over from frame to
+// frame. Its host makes it and hands it to the flight as the flight's target.
+class OpenGLSurface : public QWindow, public DrawTarget {
   Q_OBJECT
  public:
-  using RenderEvent = std::function<bool()>;
-  using PaintEvent = std::function<void()>;
-  OpenGLSurface(RenderEvent render, PaintEvent paint);
+  // `exposed` runs each time the window comes on screen or needs its picture again.
+  explicit OpenGLSurface(std::function<void()> exposed, QWindow* parent = nullptr);
 
-  // One frame, synchronously: make the context current, raise the render event, swap.
-  void Render();
-  // The same, reading the finished frame back before the swap (for checks of what was drawn).
-  QImage RenderAndCapture();
+  bool MakeCurrent() override;
+  int DeviceWidth() const override;
+  int DeviceHeight() const override;
+  double PixelRatio() const override { return devicePixelRatio(); }
+  void Swap() override;
 
  protected:
   void exposeEvent(QExposeEvent* event) override;
 
  private:
-  bool Begin();
   QOpenGLContext context_;
-  RenderEvent render_;
-  PaintEvent paint_;
+  std::function<void()> exposed_;
 };
 
 }  // namespace lumox

@@ -69,7 +69,9 @@ SurfaceWindow::SurfaceWindow() {
   setMinimumSize(64, 64);
   resize(970, 630);
 
-  QWidget* holder = QWidget::createWindowContainer(Surface(), this);
+  surface_ = new OpenGLSurface([this] { Event_Paint(); });
+  SetTarget(surface_);
+  QWidget* holder = QWidget::createWindowContainer(surface_, this);
   holder->setFocusPolicy(Qt::NoFocus);
   setCentralWidget(holder);
   setFocusPolicy(Qt::StrongFocus);

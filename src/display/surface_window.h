@@ -6,6 +6,7 @@
 #include "display/display_keys.h"
 #include "display/flight.h"
 #include "display/key_glue.h"
+#include "display/opengl_surface.h"
 
 namespace lumox {
 
@@ -32,6 +33,7 @@ class SurfaceWindow : public QMainWindow, public Flight {
   static SurfaceWindow* Instance();
   // The window if it exists, without creating one.
   static SurfaceWindow* Existing();
+  OpenGLSurface* Surface() const { return surface_; }
   ~SurfaceWindow() override;
 
   bool ini_file_changed = false;
@@ -77,6 +79,7 @@ class SurfaceWindow : public QMainWindow, public Flight {
   void ShowAbove(QWidget* window);
   void UpdateFlightShown();
 
+  OpenGLSurface* surface_;
   KeysDown keys_down_;
   bool closed_ = false;
   // Since escape took the window out of full screen; a maximize the window manager reports

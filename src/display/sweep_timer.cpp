@@ -32,6 +32,13 @@ void SweepTimer::SetPeriod(int64_t milliseconds) {
   }
 }
 
+void SweepTimer::Stop() {
+  timer_.stop();
+  disconnect(loop_hook_);
+  loop_hook_ = {};
+  period_ = -1;
+}
+
 void SweepTimer::Fire() { action_(); }
 
 }  // namespace lumox

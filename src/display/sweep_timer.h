@@ -17,6 +17,8 @@ class SweepTimer : public QObject {
   ~SweepTimer() override;
 
   void SetPeriod(int64_t milliseconds);
+  // No more sweeps until the next SetPeriod.
+  void Stop();
   int64_t Period() const { return period_; }
 
  private:

@@ -40,7 +40,7 @@ TEST(FpsReadout, ItIsBlendedOverTheFrameAndLeavesTheGlStateAsItWas) {
   ASSERT_TRUE(testing::RunUntil([&] { return w->Surface()->isExposed(); }));
   // Laid over what is there with the frame's context current: matrices, blending, raster
   // position and the attribute stack are as they were.
-  w->Surface()->RenderAndCapture();  // makes the surface's context current and leaves it so
+  w->RenderAndCapture();  // makes the surface's context current and leaves it so
   ASSERT_NE(QOpenGLContext::currentContext(), nullptr);
   const GlState before = ReadGlState();
   EXPECT_EQ(before.blend, GL_FALSE);

@@ -14,10 +14,10 @@ TEST(GlSurface, StarsAreDrawnAnEmptyFieldIsBlackAndTheCameraMatrixAccumulates) {
   w->Timer1()->stop();  // frames only when the test asks for them
   ASSERT_TRUE(testing::RunUntil([&] { return w->Surface()->isExposed(); }));
   ShadeStars(*w);
-  const QImage stars = w->Surface()->RenderAndCapture();
+  const QImage stars = w->RenderAndCapture();
   EXPECT_GT(testing::LitPixels(stars), 500);
   w->StarMax = 0;
-  EXPECT_EQ(testing::LitPixels(w->Surface()->RenderAndCapture(), 0), 0);
+  EXPECT_EQ(testing::LitPixels(w->RenderAndCapture(), 0), 0);
 
   // One white star 3.6 ahead, off the axis: beyond the far plane until the camera has travelled
   // more than 0.6, and drawn further from the centre as it comes nearer.
@@ -29,7 +29,7 @@ TEST(GlSurface, StarsAreDrawnAnEmptyFieldIsBlackAndTheCameraMatrixAccumulates) {
   std::vector<int> lit;
   std::vector<double> distance;
   for (int frame = 0; frame < 6; ++frame) {
-    const QImage image = w->Surface()->RenderAndCapture().convertToFormat(QImage::Format_RGB32);
+    const QImage image = w->RenderAndCapture().convertToFormat(QImage::Format_RGB32);
     double sum = 0;
     int count = 0;
     for (int y = 0; y < image.height(); ++y)
