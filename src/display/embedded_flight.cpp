@@ -4,8 +4,9 @@
 
 namespace lumox {
 
-EmbeddedFlight::EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended)
+EmbeddedFlight::EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended, QRect area)
     : window_(window),
+      area_(area),
       starting_(std::move(starting)),
       ended_(std::move(ended)),
       surface_(std::make_unique<OpenGLSurface>([this] { Event_Paint(); })) {
@@ -38,6 +39,10 @@ bool EmbeddedFlight::Open() {
 }
 
 void EmbeddedFlight::Fit(QSize device_size) {
+  if (!area_.isEmpty()) {
+    surface_->setGeometry(area_);
+    return;
+  }
   // The window's size is in device pixels; the surface's geometry is in logical ones.
   const qreal ratio = Surface()->devicePixelRatio();
   Surface()->setGeometry(0, 0, static_cast<int>(std::lround(device_size.width() / ratio)),

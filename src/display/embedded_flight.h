@@ -1,4 +1,5 @@
 #pragma once
+#include <QRect>
 #include <QWindow>
 #include <cstdint>
 #include <functional>
@@ -18,7 +19,9 @@ class EmbeddedFlight : public Flight {
   // The settings to start with in a window of this width, in logical pixels.
   using StartingSettings = std::function<Settings(int width)>;
   // `ended` is called once the host window is gone.
-  EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended);
+  // With an `area` (in the window's logical pixels) the flight covers that part of the window
+  // alone, as one monitor's part of the root window; without, all of it.
+  EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended, QRect area = {});
   ~EmbeddedFlight() override;
 
   // Puts the surface into the window and takes off; false when there is no such window.
@@ -29,6 +32,7 @@ class EmbeddedFlight : public Flight {
   void Fit(QSize device_size);
 
   uint32_t window_;
+  QRect area_;
   StartingSettings starting_;
   std::function<void()> ended_;
   std::unique_ptr<X11WindowWatcher> watcher_;

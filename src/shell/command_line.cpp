@@ -27,13 +27,25 @@ const QCommandLineOption kRoot("root",
                                "written.");
 const QCommandLineOption kWindowId("window-id", "As --root, but draw into the X window with this id (decimal or 0x hex).",
                                    "id");
+const QCommandLineOption kWallpaper("wallpaper",
+                                    "Be the desktop's wallpaper: one flight on each output, behind every window, "
+                                    "until SIGTERM or SIGINT. On Wayland a layer surface (sway, Hyprland, KWin and "
+                                    "others; GNOME has none), on X11 drawn into the root window.");
+const QCommandLineOption kSaver("saver",
+                                "Be the screensaver: one flight on each output, above every window, until a key, a "
+                                "button or the pointer moves. It locks nothing.");
+const QCommandLineOption kLayer("layer", "With --wallpaper: the layer, background (the default), bottom, top or overlay.",
+                                "layer");
+const QCommandLineOption kOutput("output", "With --wallpaper or --saver: only this output (a Wayland output or an X11 "
+                                 "RandR monitor, by name).", "name");
 // The settings a display mode may set, in the settings file's units, each held to its slider's range.
-const QCommandLineOption kSpeed("speed", "With --root or --window-id: the speed, 0.0002 to 0.1.", "speed");
-const QCommandLineOption kRotation("rotation", "With --root or --window-id: the rotation, -2000 to 2000.", "rotation");
-const QCommandLineOption kStars("stars", "With --root or --window-id: the number of stars, 100 to 50000.", "stars");
-const QCommandLineOption kStarSize("star-size", "With --root or --window-id: the star size, 0.5 to 15.", "size");
-const QCommandLineOption kColourSpread("colour-spread", "With --root or --window-id: the colour spread, 50 to 255.",
+const QCommandLineOption kSpeed("speed", "In the display modes: the speed, 0.0002 to 0.1.", "speed");
+const QCommandLineOption kRotation("rotation", "In the display modes: the rotation, -2000 to 2000.", "rotation");
+const QCommandLineOption kStars("stars", "In the display modes: the number of stars, 100 to 50000.", "stars");
+const QCommandLineOption kStarSize("star-size", "In the display modes: the star size, 0.5 to 15.", "size");
+const QCommandLineOption kColourSpread("colour-spread", "In the display modes: the colour spread, 50 to 255.",
                                        "spread");
+const char* const kLayers[] = {"background", "bottom", "top", "overlay"};
 
 const char kDescription[] =
     "Lumox flies through a field of coloured stars.\n"
@@ -47,8 +59,8 @@ const char kDescription[] =
 void SetUp(QCommandLineParser& parser) {
   parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
   parser.setApplicationDescription(QString::fromUtf8(kDescription));
-  parser.addOptions({kHelp, kVersion, kGo, kWindow, kScreen, kFps, kRoot, kWindowId, kSpeed, kRotation, kStars,
-                     kStarSize, kColourSpread});
+  parser.addOptions({kHelp, kVersion, kGo, kWindow, kScreen, kFps, kRoot, kWindowId, kWallpaper, kSaver, kLayer,
+                     kOutput, kSpeed, kRotation, kStars, kStarSize, kColourSpread});
 }
 
 // The value of a settings option when given; sets `error` when it is not a finite number.
@@ -76,16 +88,35 @@ void ReadDisplayMode(const QCommandLineParser& parser, CommandLine& line) {
   line.settings.stars = Number(parser, kStars, error);
   line.settings.star_size = Number(parser, kStarSize, error);
   line.settings.colour_spread = Number(parser, kColourSpread, error);
+  line.wallpaper = parser.isSet(kWallpaper);
+  line.saver = parser.isSet(kSaver);
+  line.output = parser.value(kOutput);
+  if (parser.isSet(kLayer)) {
+    const QString layer = parser.value(kLayer);
+    line.layer = -1;
+    for (int i = 0; i < 4; ++i)
+      if (layer == QLatin1String(kLayers[i])) line.layer = i;
+    if (line.layer < 0 && error.isEmpty())
+      error = QStringLiteral("'--layer' is background, bottom, top or overlay, not '%1'.").arg(layer);
+  }
   if (!error.isEmpty()) return;
-  const bool mode = line.root || parser.isSet(kWindowId);
-  if (line.root && parser.isSet(kWindowId))
-    error = QStringLiteral("'--root' and '--window-id' can't go together.");
-  else if (mode && (line.go || !line.screen.isEmpty()))
-    error = QStringLiteral("'--go', '--window' and '--screen' can't go with '--root' or '--window-id'.");
-  else if (!mode)
+  const int modes = int(line.root) + int(parser.isSet(kWindowId)) + int(line.wallpaper) + int(line.saver);
+  if (modes > 1)
+    error = QStringLiteral("Only one of '--root', '--window-id', '--wallpaper' and '--saver' at a time.");
+  else if (modes == 1 && (line.go || !line.screen.isEmpty()))
+    error = QStringLiteral("'--go', '--window' and '--screen' can't go with '--root', '--window-id', '--wallpaper' "
+                           "or '--saver'.");
+  else if (parser.isSet(kLayer) && !line.wallpaper)
+    error = QStringLiteral("'--layer' goes with '--wallpaper' only.");
+  else if (parser.isSet(kOutput) && !line.wallpaper && !line.saver)
+    error = QStringLiteral("'--output' goes with '--wallpaper' or '--saver' only.");
+  else if (parser.isSet(kOutput) && line.output.isEmpty())
+    error = QStringLiteral("The output may not be empty.");
+  else if (modes == 0)
     for (const QCommandLineOption& option : {kSpeed, kRotation, kStars, kStarSize, kColourSpread})
       if (parser.isSet(option)) {
-        error = QStringLiteral("'--%1' goes with '--root' or '--window-id' only.").arg(option.names().first());
+        error = QStringLiteral("'--%1' goes with '--root', '--window-id', '--wallpaper' or '--saver' only.")
+                    .arg(option.names().first());
         break;
       }
 }

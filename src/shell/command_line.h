@@ -21,9 +21,17 @@ struct CommandLine {
   // The screensaver's display mode: the flight alone, drawn into a window of another program's.
   bool root = false;                    // into $XSCREENSAVER_WINDOW, else the (virtual) root window
   std::optional<uint32_t> window_id;    // into this X window
-  SettingOptions settings;              // single settings over the file's, in that mode only
+  // The desktop's wallpaper or screensaver: one flight on each output (or on `output` alone).
+  bool wallpaper = false;
+  bool saver = false;
+  int layer = 0;                        // the wallpaper's layer: background, bottom, top, overlay
+  QString output;
+  SettingOptions settings;              // single settings over the file's, in these modes only
   QString error;        // one line saying what is wrong; empty when the arguments are good
 };
+
+// Any mode that draws the flight alone, without the start window, keys or menu.
+inline bool AloneMode(const CommandLine& line) { return line.root || line.window_id || line.wallpaper || line.saver; }
 
 // `arguments` as QCoreApplication::arguments() gives them, the program first.
 CommandLine ParseCommandLine(const QStringList& arguments);

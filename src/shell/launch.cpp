@@ -1,7 +1,12 @@
 #include "shell/launch.h"
 
+#include <QApplication>
 #include <QGuiApplication>
 #include <QScreen>
+#include <cstdio>
+
+#include "display/wayland_host.h"
+#include "display/x11_desktop.h"
 
 #include "display/flight_options.h"
 #include "display/surface_window.h"
@@ -69,18 +74,64 @@ std::unique_ptr<EmbeddedFlight> StartDisplayMode(const CommandLine& line, QStrin
   if (!window) window = X11VirtualRoot();
   const SettingOptions options = line.settings;
   auto flight = std::make_unique<EmbeddedFlight>(
-      window,
-      [options](int width) {
-        Settings settings = DefaultSettings(width);
-        LoadPrefsFile(settings);  // read only: this mode never writes the file
-        return WithOptions(settings, options);
-      },
-      [] { QCoreApplication::exit(0); });
+      window, [options](int width) { return StartingSettings(width, options); }, [] { QCoreApplication::exit(0); });
   if (!flight->Open()) {
     error = QStringLiteral("There is no X window 0x%1 to draw into.").arg(window, 0, 16);
     return nullptr;
   }
   return flight;
+}
+
+Settings StartingSettings(int width, const SettingOptions& options) {
+  Settings settings = DefaultSettings(width);
+  LoadPrefsFile(settings);  // read only: these modes never write the file
+  return WithOptions(settings, options);
+}
+
+namespace {
+void SayError(const std::string& line) {
+  if (!line.empty()) std::fprintf(stderr, "lumox: %s\n", line.c_str());
+}
+}  // namespace
+
+int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
+  DesktopModeOptions options;
+  options.role = line.saver ? DesktopRole::kSaver : DesktopRole::kWallpaper;
+  options.layer = line.layer;
+  options.output = line.output.toStdString();
+  options.starting = [settings = line.settings](int width) { return StartingSettings(width, settings); };
+  const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+  const bool wayland = !platform.startsWith("xcb") &&
+                       (!qEnvironmentVariableIsEmpty("WAYLAND_SOCKET") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"));
+  if (wayland) {
+    // Qt draws nothing here but the readout's text: it never opens the compositor's connection,
+    // which stays the host's own (one from WAYLAND_SOCKET can be taken only once).
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    SetFpsShown(line.fps);
+    WaylandHost host(options, [](int status, const std::string& error) {
+      SayError(error);
+      QCoreApplication::exit(status);
+    });
+    std::string error;
+    if (const int status = host.Start(error)) {
+      SayError(error);
+      return status;
+    }
+    QuitOnSignals();
+    return app.exec();
+  }
+  ExitWithoutDisplay(argc, argv, true);
+  qputenv("QT_QPA_PLATFORM", "xcb");
+  QApplication app(argc, argv);
+  SetFpsShown(line.fps);
+  X11DesktopHost host(options, [] { QCoreApplication::exit(0); });
+  if (const std::string error = host.Start(); !error.empty()) {
+    SayError(error);
+    return 2;
+  }
+  QuitOnSignals();
+  return app.exec();
 }
 
 }  // namespace lumox

@@ -24,6 +24,10 @@ int main(int argc, char** argv) {
     std::fputs(qPrintable(early.help ? lumox::HelpText() : lumox::VersionText()), stdout);
     return 0;
   }
+  if (early.wallpaper || early.saver) {
+    if (!early.error.isEmpty()) return UsageError(early.error);
+    return lumox::RunDesktopMode(argc, argv, early);
+  }
   const bool display_mode = early.root || early.window_id;
   lumox::ExitWithoutDisplay(argc, argv, display_mode);
   // A screensaver's window is an X11 window, even where Qt would pick Wayland.

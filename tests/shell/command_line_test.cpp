@@ -71,16 +71,35 @@ TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
   EXPECT_EQ(id.settings.colour_spread, 90.0);
   // Parsed before Qt takes out its own options, the mode is still seen (to choose X11).
   EXPECT_TRUE(Parse({"-display", ":5", "-root"}).root);
+  const CommandLine wallpaper = Parse({"--wallpaper", "--layer", "bottom", "--output", "DP-2", "--stars", "500"});
+  EXPECT_TRUE(wallpaper.wallpaper && !wallpaper.saver && wallpaper.error.isEmpty()) << wallpaper.error.toStdString();
+  EXPECT_EQ(std::make_tuple(wallpaper.layer, wallpaper.output, wallpaper.settings.stars),
+            std::make_tuple(1, QString("DP-2"), std::optional<double>(500.0)));
+  EXPECT_EQ(Parse({"--wallpaper", "--layer=overlay"}).layer, 3);
+  EXPECT_EQ(Parse({"--wallpaper"}).layer, 0);
+  EXPECT_TRUE(Parse({"--saver", "--fps"}).saver);
 
+  const char* const kOneMode = "Only one of '--root', '--window-id', '--wallpaper' and '--saver' at a time.";
+  const char* const kNotWithModes =
+      "'--go', '--window' and '--screen' can't go with '--root', '--window-id', '--wallpaper' or '--saver'.";
   const struct {
     QStringList arguments;
     const char* error;
   } wrong[] = {
       {{"--window-id", "0"}, "'--window-id' needs an X window id, not '0'."},
-      {{"--root", "--window-id", "7"}, "'--root' and '--window-id' can't go together."},
-      {{"--root", "--go"}, "'--go', '--window' and '--screen' can't go with '--root' or '--window-id'."},
-      {{"--window-id", "7", "--screen", "1"}, "'--go', '--window' and '--screen' can't go with '--root' or '--window-id'."},
-      {{"--stars", "100"}, "'--stars' goes with '--root' or '--window-id' only."},
+      {{"--root", "--window-id", "7"}, kOneMode},
+      {{"--wallpaper", "--saver"}, kOneMode},
+      {{"--wallpaper", "--root"}, kOneMode},
+      {{"--saver", "--window-id", "7"}, kOneMode},
+      {{"--root", "--go"}, kNotWithModes},
+      {{"--wallpaper", "--window"}, kNotWithModes},
+      {{"--saver", "--go"}, kNotWithModes},
+      {{"--window-id", "7", "--screen", "1"}, kNotWithModes},
+      {{"--stars", "100"}, "'--stars' goes with '--root', '--window-id', '--wallpaper' or '--saver' only."},
+      {{"--wallpaper", "--layer", "desktop"}, "'--layer' is background, bottom, top or overlay, not 'desktop'."},
+      {{"--saver", "--layer", "top"}, "'--layer' goes with '--wallpaper' only."},
+      {{"--root", "--output", "HDMI-A-1"}, "'--output' goes with '--wallpaper' or '--saver' only."},
+      {{"--saver", "--output="}, "The output may not be empty."},
       {{"--root", "--speed", "fast"}, "'--speed' needs a number, not 'fast'."},
       {{"--root", "--star-size", "inf"}, "'--star-size' needs a number, not 'inf'."},
       {{"--root", "--rotation", "nan"}, "'--rotation' needs a number, not 'nan'."},

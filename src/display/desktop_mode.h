@@ -1,0 +1,21 @@
+#pragma once
+// The flight as the desktop's wallpaper or screensaver: one flight on each output, with the
+// settings file read (never written) and no window, key or menu of the program's own.
+#include <functional>
+#include <string>
+
+#include "starfield/star_field.h"
+
+namespace lumox {
+
+enum class DesktopRole { kWallpaper, kSaver };
+
+struct DesktopModeOptions {
+  DesktopRole role = DesktopRole::kWallpaper;
+  int layer = 0;       // the layer shell's: background, bottom, top, overlay (0 to 3)
+  std::string output;  // the one output to fly on, by name; empty for every output
+  // The settings to start with on an output this wide, in logical pixels.
+  std::function<Settings(int width)> starting;
+};
+
+}  // namespace lumox
