@@ -128,10 +128,11 @@ bool DisplayChosen(int argc, char** argv, bool wayland_too) {
 }
 }  // namespace
 
-void ExitWithoutDisplay(int argc, char** argv, bool x11_only) {
+void ExitWithoutDisplay(int argc, char** argv, bool x11_only, const char* x11_message) {
   if (DisplayChosen(argc, argv, !x11_only)) return;
-  std::fprintf(stderr, x11_only ? "lumox: '--root' and '--window-id' draw into X11 windows, but DISPLAY is not set.\n"
-                                : "lumox needs a graphical display, but neither DISPLAY nor WAYLAND_DISPLAY is set.\n");
+  if (!x11_message) x11_message = "lumox: '--root' and '--window-id' draw into X11 windows, but DISPLAY is not set.\n";
+  std::fputs(x11_only ? x11_message : "lumox needs a graphical display, but neither DISPLAY nor WAYLAND_DISPLAY is set.\n",
+             stderr);
   std::exit(1);
 }
 

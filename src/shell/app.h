@@ -43,7 +43,7 @@ void RunClosingStepAtExit();
 // Without a display to start on (DISPLAY or WAYLAND_DISPLAY set, or a platform or an X display
 // chosen by -platform, -display or QT_QPA_PLATFORM), says so in one line and ends the process
 // with status 1, where Qt would abort.
-// With `x11_only`, for the screensaver's display mode, it takes an X display and nothing else.
-void ExitWithoutDisplay(int argc, char** argv, bool x11_only = false);
+// With `x11_only` it takes an X display and nothing else, and says `x11_message` without one.
+void ExitWithoutDisplay(int argc, char** argv, bool x11_only = false, const char* x11_message = nullptr);
 
 }  // namespace lumox

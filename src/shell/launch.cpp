@@ -116,18 +116,22 @@ int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
     std::string error;
     if (const int status = host.Start(error)) {
       SayError(error);
+      if (status == 2) std::fputs(qPrintable(UsageHint()), stderr);
       return status;
     }
     QuitOnSignals();
     return app.exec();
   }
-  ExitWithoutDisplay(argc, argv, true);
+  ExitWithoutDisplay(argc, argv, true,
+                     "lumox: '--wallpaper' and '--saver' need a Wayland compositor with the layer shell or an X "
+                     "display, but neither WAYLAND_DISPLAY nor DISPLAY is set.\n");
   qputenv("QT_QPA_PLATFORM", "xcb");
   QApplication app(argc, argv);
   SetFpsShown(line.fps);
   X11DesktopHost host(options, [] { QCoreApplication::exit(0); });
   if (const std::string error = host.Start(); !error.empty()) {
     SayError(error);
+    std::fputs(qPrintable(UsageHint()), stderr);
     return 2;
   }
   QuitOnSignals();

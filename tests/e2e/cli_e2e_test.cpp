@@ -84,6 +84,9 @@ TEST(CliE2E, HelpVersionAndBadArgumentsAnswerOnTheTerminalAndOpenNoWindow) {
       {"--bogus", "Unknown option 'bogus'."},
       {"-display " + lumox.Display() + " --go --bogus", "Unknown option 'bogus'."},
       {"--go --screen 2", "No screen '2'; the screens are 0 (LEFT), 1 (RIGHT)."},
+      {"--saver --output DP-1", "No output 'DP-1'; the outputs are LEFT, RIGHT."},
+      {"--wallpaper --saver", "Only one of '--root', '--window-id', '--wallpaper' and '--saver' at a time."},
+      {"--wallpaper --layer desktop", "'--layer' is background, bottom, top or overlay, not 'desktop'."},
   };
   for (const auto& [args, error] : bad) {
     const Outcome outcome = RunLumox(lumox, args);
@@ -100,6 +103,10 @@ TEST(CliE2E, HelpVersionAndBadArgumentsAnswerOnTheTerminalAndOpenNoWindow) {
   const Outcome none = RunLumox(lumox, "", "-u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM");
   EXPECT_EQ(none.status, 1);
   EXPECT_EQ(none.err, "lumox needs a graphical display, but neither DISPLAY nor WAYLAND_DISPLAY is set.\n");
+  const Outcome saver = RunLumox(lumox, "--saver", "-u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM");
+  EXPECT_EQ(saver.status, 1);
+  EXPECT_EQ(saver.err, "lumox: '--wallpaper' and '--saver' need a Wayland compositor with the layer shell or an X "
+                       "display, but neither WAYLAND_DISPLAY nor DISPLAY is set.\n");
 }
 
 TEST(CliE2E, GoFliesAtOnceInFullScreenWithTheDataFolderAndNoReadout) {
