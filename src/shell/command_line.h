@@ -25,8 +25,10 @@ struct CommandLine {
   QString error;        // one line saying what is wrong; empty when the arguments are good
 };
 
-// `arguments` as QCoreApplication::arguments() gives them, the program first.
-CommandLine ParseCommandLine(const QStringList& arguments);
+// `arguments` as QCoreApplication::arguments() gives them, the program first. With
+// `qt_options_too`, Qt's own options (-platform, -display, -style ...) pass as good ones, for a
+// parse of main()'s arguments before Qt has taken them out.
+CommandLine ParseCommandLine(const QStringList& arguments, bool qt_options_too = false);
 // main()'s arguments as such a list, for a parse before the application object exists.
 QStringList ArgumentList(int argc, char** argv);
 
