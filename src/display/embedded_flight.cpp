@@ -4,8 +4,8 @@
 
 namespace lumox {
 
-EmbeddedFlight::EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended)
-    : window_(window), starting_(std::move(starting)), ended_(std::move(ended)) {}
+EmbeddedFlight::EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended, bool desktop)
+    : window_(window), starting_(std::move(starting)), ended_(std::move(ended)), desktop_(desktop) {}
 
 EmbeddedFlight::~EmbeddedFlight() {
   Timer1()->stop();
@@ -27,7 +27,12 @@ bool EmbeddedFlight::Open() {
   Surface()->setFlag(Qt::BypassWindowManagerHint);
   Fit(*size);
   Surface()->show();
-  Surface()->lower();
+  // A window given to draw into may have children of its own (a toolkit's, a preview's): the
+  // flight goes over them.
+  if (desktop_)
+    Surface()->lower();
+  else
+    Surface()->raise();
   TakeOff(starting_(Surface()->width()));
   return true;
 }

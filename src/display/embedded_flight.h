@@ -16,8 +16,9 @@ class EmbeddedFlight : public Flight {
  public:
   // The settings to start with in a window of this width, in logical pixels.
   using StartingSettings = std::function<Settings(int width)>;
-  // `ended` is called once the host window is gone.
-  EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended);
+  // `ended` is called once the host window is gone. `desktop` says the window is the (virtual)
+  // root, whose children are other programs' windows, rather than a window given to draw into.
+  EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended, bool desktop = false);
   ~EmbeddedFlight() override;
 
   // Puts the surface into the window and takes off; false when there is no such window.
@@ -29,6 +30,7 @@ class EmbeddedFlight : public Flight {
   uint32_t window_;
   StartingSettings starting_;
   std::function<void()> ended_;
+  bool desktop_;
   std::unique_ptr<X11WindowWatcher> watcher_;
   std::unique_ptr<QWindow> host_;
 };

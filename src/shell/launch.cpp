@@ -66,7 +66,8 @@ std::unique_ptr<EmbeddedFlight> StartDisplayMode(const CommandLine& line, QStrin
   }
   uint32_t window = line.window_id.value_or(0);
   if (!window) window = ParseWindowId(qEnvironmentVariable("XSCREENSAVER_WINDOW")).value_or(0);
-  if (!window) window = X11VirtualRoot();
+  const bool desktop = !window;
+  if (desktop) window = X11VirtualRoot();
   const SettingOptions options = line.settings;
   auto flight = std::make_unique<EmbeddedFlight>(
       window,
@@ -75,7 +76,7 @@ std::unique_ptr<EmbeddedFlight> StartDisplayMode(const CommandLine& line, QStrin
         LoadPrefsFile(settings);  // read only: this mode never writes the file
         return WithOptions(settings, options);
       },
-      [] { QCoreApplication::exit(0); });
+      [] { QCoreApplication::exit(0); }, desktop);
   if (!flight->Open()) {
     error = QStringLiteral("There is no X window 0x%1 to draw into.").arg(window, 0, 16);
     return nullptr;
