@@ -69,7 +69,8 @@ bool WaylandAnswers(const std::string& name) {
 void ExitWithoutDisplay(int argc, char** argv, bool x11_only, const QString& option_error) {
   std::string platform = QtOption(argc, argv, "-platform");
   if (platform.empty()) platform = Env("QT_QPA_PLATFORM");
-  platform = platform.substr(0, platform.find(':'));  // the plugin's name, without its options
+  if (platform.find(';') != std::string::npos) return;  // a list to try in turn: Qt's own
+  platform = platform.substr(0, platform.find(':'));     // the plugin's name, without its options
   std::string x = QtOption(argc, argv, "-display");
   if (x.empty()) x = Env("DISPLAY");
   // Qt tries Wayland first where the session is one, then X where DISPLAY is set, then X anyway.
