@@ -4,11 +4,13 @@
 
 namespace lumox {
 
-EmbeddedFlight::EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended, QRect area)
+EmbeddedFlight::EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended, bool desktop,
+                               QRect area)
     : window_(window),
       area_(area),
       starting_(std::move(starting)),
       ended_(std::move(ended)),
+      desktop_(desktop),
       surface_(std::make_unique<OpenGLSurface>([this] { Event_Paint(); })) {
   SetTarget(surface_.get());
 }
@@ -33,7 +35,12 @@ bool EmbeddedFlight::Open() {
   Surface()->setFlag(Qt::BypassWindowManagerHint);
   Fit(*size);
   Surface()->show();
-  Surface()->lower();
+  // A window given to draw into may have children of its own (a toolkit's, a preview's): the
+  // flight goes over them.
+  if (desktop_)
+    Surface()->lower();
+  else
+    Surface()->raise();
   TakeOff(starting_(Surface()->width()));
   return true;
 }

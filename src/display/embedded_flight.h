@@ -18,10 +18,12 @@ class EmbeddedFlight : public Flight {
  public:
   // The settings to start with in a window of this width, in logical pixels.
   using StartingSettings = std::function<Settings(int width)>;
-  // `ended` is called once the host window is gone.
+  // `ended` is called once the host window is gone. `desktop` says the window is the (virtual)
+  // root, whose children are other programs' windows, rather than a window given to draw into.
   // With an `area` (in the window's logical pixels) the flight covers that part of the window
   // alone, as one monitor's part of the root window; without, all of it.
-  EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended, QRect area = {});
+  EmbeddedFlight(uint32_t window, StartingSettings starting, std::function<void()> ended, bool desktop = false,
+                 QRect area = {});
   ~EmbeddedFlight() override;
 
   // Puts the surface into the window and takes off; false when there is no such window.
@@ -35,6 +37,7 @@ class EmbeddedFlight : public Flight {
   QRect area_;
   StartingSettings starting_;
   std::function<void()> ended_;
+  bool desktop_;
   std::unique_ptr<X11WindowWatcher> watcher_;
   std::unique_ptr<QWindow> host_;
   std::unique_ptr<OpenGLSurface> surface_;  // a child of host_'s, so it goes first

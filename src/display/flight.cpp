@@ -34,6 +34,8 @@ Settings Flight::CurrentSettings() const {
 
 void Flight::TakeOff(const Settings& settings) {
   CameraZ = 0.0f;
+  Frames = 0;
+  Turned = 0.0;
   ApplySettings(settings);
   StarMax = HoldStarMax(StarMax);
   ResetTimer2Period();

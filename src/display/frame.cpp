@@ -2,11 +2,16 @@
 
 namespace lumox {
 
+namespace {
+// Every so many frames after the first hour the camera's matrix is built anew, see below.
+constexpr int64_t kRestoreEvery = 1000;
+}  // namespace
+
 bool Surface_Render(StarField& field, const GlApi& gl, double device_pixel_ratio) {
   gl.MatrixMode(gl::kProjection);
   gl.LoadIdentity();
   gl.Perspective(55.0, 2.0, 0.001, 3.0);
-  gl.MatrixMode(gl::kModelview);  // the camera: never loaded with the identity
+  gl.MatrixMode(gl::kModelview);  // the camera: carried from frame to frame
   gl.ClearColor(0.0f, 0.0f, 0.0f, 1.0f);
   gl.Clear(gl::kColorBufferBit);
   // At scale 1 the size goes to GL untouched.
@@ -15,7 +20,21 @@ bool Surface_Render(StarField& field, const GlApi& gl, double device_pixel_ratio
   gl.Enable(gl::kPointSmooth);
   gl.Translatef(0.0f, 0.0f, field.Speed);
   field.CameraZ = field.CameraZ - field.Speed;  // shadows the matrix's z translation
-  gl.Rotatef(static_cast<float>(static_cast<double>(field.Rotn) / -1000.0), 0.0f, 0.0f, 1.0f);
+  const float angle = static_cast<float>(static_cast<double>(field.Rotn) / -1000.0);
+  field.Turned += angle;
+  if (field.Turned >= 360.0) field.Turned -= 360.0;
+  if (field.Turned <= -360.0) field.Turned += 360.0;
+  const bool steady = ++field.Frames <= kSteadyFrames;
+  if (!steady)
+    if (const float shift = RebaseDepths(field); shift != 0.0f) gl.Translatef(0.0f, 0.0f, -shift);
+  gl.Rotatef(angle, 0.0f, 0.0f, 1.0f);
+  // GL's product of a million small turns drifts in scale (Mesa's to 0.1 or to 1.9 in 30 days at
+  // some Rotn); the matrix is made again from the depth and the turn it stands for, exact in z.
+  if (!steady && field.Frames % kRestoreEvery == 0) {
+    gl.LoadIdentity();
+    gl.Translatef(0.0f, 0.0f, -field.CameraZ);
+    gl.Rotatef(static_cast<float>(field.Turned), 0.0f, 0.0f, 1.0f);
+  }
   gl.Begin(gl::kPoints);
   const int64_t star_max = std::min(field.StarMax, kStarUpperBound);
   const StarData* stars = field.Star.data();

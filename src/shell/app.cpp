@@ -4,9 +4,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <string_view>
 
 #include <QApplication>
 #include <QSocketNotifier>
@@ -110,30 +108,6 @@ void RunClosingStepAtExit() {
   std::atexit([] {
     if (auto* display = SurfaceWindow::Existing()) display->Event_Close();
   });
-}
-
-namespace {
-// An X display (or, with `wayland_too`, any display) named by the environment or by Qt's options.
-bool DisplayChosen(int argc, char** argv, bool wayland_too) {
-  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
-    const char* value = getenv(name);
-    if (value != nullptr && *value != '\0' && (wayland_too || std::string_view(name) == "DISPLAY")) return true;
-  }
-  for (int i = 1; i + 1 < argc; ++i) {
-    std::string_view option = argv[i];
-    if (option.starts_with("--")) option.remove_prefix(1);  // Qt takes both spellings
-    if (option == "-display" || (wayland_too && option == "-platform")) return true;
-  }
-  return false;
-}
-}  // namespace
-
-void ExitWithoutDisplay(int argc, char** argv, bool x11_only, const char* x11_message) {
-  if (DisplayChosen(argc, argv, !x11_only)) return;
-  if (!x11_message) x11_message = "lumox: '--root' and '--window-id' draw into X11 windows, but DISPLAY is not set.\n";
-  std::fputs(x11_only ? x11_message : "lumox needs a graphical display, but neither DISPLAY nor WAYLAND_DISPLAY is set.\n",
-             stderr);
-  std::exit(1);
 }
 
 }  // namespace lumox

@@ -40,10 +40,4 @@ void QuitOnSignals();
 // loop, as Qt and Xlib end it when the X server goes away. Call once the application exists.
 void RunClosingStepAtExit();
 
-// Without a display to start on (DISPLAY or WAYLAND_DISPLAY set, or a platform or an X display
-// chosen by -platform, -display or QT_QPA_PLATFORM), says so in one line and ends the process
-// with status 1, where Qt would abort.
-// With `x11_only` it takes an X display and nothing else, and says `x11_message` without one.
-void ExitWithoutDisplay(int argc, char** argv, bool x11_only = false, const char* x11_message = nullptr);
-
 }  // namespace lumox

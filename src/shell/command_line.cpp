@@ -121,11 +121,26 @@ void ReadDisplayMode(const QCommandLineParser& parser, CommandLine& line) {
       }
 }
 
+// The options QGuiApplication, QApplication and the xcb plugin take out of the command line.
+void AddQtOptions(QCommandLineParser& parser) {
+  const auto add = [&parser](const char* name, const QString& value) {
+    QCommandLineOption option(QString::fromLatin1(name), {}, value);
+    option.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(option);
+  };
+  for (const char* name : {"platform", "platformpluginpath", "platformtheme", "plugin", "qwindowgeometry", "geometry",
+                           "qwindowtitle", "title", "qwindowicon", "icon", "session", "qmljsdebugger", "style",
+                           "stylesheet", "display", "name", "visual"})
+    add(name, QStringLiteral("value"));
+  for (const char* name : {"reverse", "testability", "widgetcount", "nograb", "dograb"}) add(name, {});
+}
+
 }  // namespace
 
-CommandLine ParseCommandLine(const QStringList& arguments) {
+CommandLine ParseCommandLine(const QStringList& arguments, bool qt_options_too) {
   QCommandLineParser parser;
   SetUp(parser);
+  if (qt_options_too) AddQtOptions(parser);
   CommandLine line;
   if (!parser.parse(arguments)) line.error = parser.errorText();
   if (line.error.isEmpty() && !parser.positionalArguments().isEmpty())

@@ -30,11 +30,10 @@ struct CommandLine {
   QString error;        // one line saying what is wrong; empty when the arguments are good
 };
 
-// Any mode that draws the flight alone, without the start window, keys or menu.
-inline bool AloneMode(const CommandLine& line) { return line.root || line.window_id || line.wallpaper || line.saver; }
-
-// `arguments` as QCoreApplication::arguments() gives them, the program first.
-CommandLine ParseCommandLine(const QStringList& arguments);
+// `arguments` as QCoreApplication::arguments() gives them, the program first. With
+// `qt_options_too`, Qt's own options (-platform, -display, -style ...) pass as good ones, for a
+// parse of main()'s arguments before Qt has taken them out.
+CommandLine ParseCommandLine(const QStringList& arguments, bool qt_options_too = false);
 // main()'s arguments as such a list, for a parse before the application object exists.
 QStringList ArgumentList(int argc, char** argv);
 

@@ -60,8 +60,10 @@ QDBusMessage ReleaseCall(InhibitRoute route, const QVariant& grant) {
 
 // What a granted Inhibit answers: a cookie from the screensaver service, a request from the portal.
 bool IsGrant(InhibitRoute route, const QDBusMessage& reply) {
-  if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().size() != 1) return false;
-  const QVariant& grant = reply.arguments().first();
+  // arguments() gives a new list each time: the grant is taken out of one that is held.
+  const QVariantList arguments = reply.arguments();
+  if (reply.type() != QDBusMessage::ReplyMessage || arguments.size() != 1) return false;
+  const QVariant& grant = arguments.first();
   return route == InhibitRoute::Portal ? grant.canConvert<QDBusObjectPath>() : grant.typeId() == QMetaType::UInt;
 }
 

@@ -15,6 +15,7 @@
 #include "settings/setting_options.h"
 #include "shell/about_window.h"
 #include "shell/app.h"
+#include "shell/display_check.h"
 #include "shell/my_lib.h"
 #include "shell/startup_window.h"
 
@@ -71,10 +72,12 @@ std::unique_ptr<EmbeddedFlight> StartDisplayMode(const CommandLine& line, QStrin
   }
   uint32_t window = line.window_id.value_or(0);
   if (!window) window = ParseWindowId(qEnvironmentVariable("XSCREENSAVER_WINDOW")).value_or(0);
-  if (!window) window = X11VirtualRoot();
+  const bool desktop = !window;
+  if (desktop) window = X11VirtualRoot();
   const SettingOptions options = line.settings;
   auto flight = std::make_unique<EmbeddedFlight>(
-      window, [options](int width) { return StartingSettings(width, options); }, [] { QCoreApplication::exit(0); });
+      window, [options](int width) { return StartingSettings(width, options); }, [] { QCoreApplication::exit(0); },
+      desktop);
   if (!flight->Open()) {
     error = QStringLiteral("There is no X window 0x%1 to draw into.").arg(window, 0, 16);
     return nullptr;
@@ -122,9 +125,12 @@ int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
     QuitOnSignals();
     return app.exec();
   }
-  ExitWithoutDisplay(argc, argv, true,
-                     "lumox: '--wallpaper' and '--saver' need a Wayland compositor with the layer shell or an X "
-                     "display, but neither WAYLAND_DISPLAY nor DISPLAY is set.\n");
+  if (qEnvironmentVariableIsEmpty("DISPLAY")) {
+    SayError("'--wallpaper' and '--saver' need a Wayland compositor with the layer shell or an X display, but "
+             "neither WAYLAND_DISPLAY nor DISPLAY is set.");
+    return 1;
+  }
+  ExitWithoutDisplay(argc, argv, true, {});
   qputenv("QT_QPA_PLATFORM", "xcb");
   QApplication app(argc, argv);
   SetFpsShown(line.fps);

@@ -5,6 +5,7 @@
 #include "shell/app.h"
 #include "shell/command_line.h"
 #include "shell/desktop_identity.h"
+#include "shell/display_check.h"
 #include "shell/idle_inhibitor.h"
 #include "shell/launch.h"
 
@@ -19,7 +20,7 @@ int UsageError(const QString& error) {
 
 int main(int argc, char** argv) {
   // --help and --version need no display, so they are answered before Qt looks for one.
-  const lumox::CommandLine early = lumox::ParseCommandLine(lumox::ArgumentList(argc, argv));
+  const lumox::CommandLine early = lumox::ParseCommandLine(lumox::ArgumentList(argc, argv), true);
   if (early.help || early.version) {
     std::fputs(qPrintable(early.help ? lumox::HelpText() : lumox::VersionText()), stdout);
     return 0;
@@ -29,7 +30,7 @@ int main(int argc, char** argv) {
     return lumox::RunDesktopMode(argc, argv, early);
   }
   const bool display_mode = early.root || early.window_id;
-  lumox::ExitWithoutDisplay(argc, argv, display_mode);
+  lumox::ExitWithoutDisplay(argc, argv, display_mode, early.error);
   // A screensaver's window is an X11 window, even where Qt would pick Wayland.
   if (display_mode && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
   QApplication app(argc, argv);

@@ -27,6 +27,14 @@ Settings DefaultSettings(int64_t screen_width) {
   return s;
 }
 
+float RebaseDepths(StarField& field) {
+  if (!(field.CameraZ <= -kRebaseDepth)) return 0.0f;
+  const float shift = std::bit_floor(static_cast<uint64_t>(-field.CameraZ));
+  field.CameraZ = field.CameraZ + shift;
+  for (int64_t i = 1; i <= kStarUpperBound; ++i) field.Star[i].z = field.Star[i].z + shift;
+  return shift;
+}
+
 void ShadeStars(StarField& field) {
   const double camera_z = field.CameraZ;
   const int64_t star_max = std::min(field.StarMax, kStarUpperBound);

@@ -35,7 +35,19 @@ struct StarField {
   float Speed = kDefaultSpeed;
   int64_t ColourSpread = kDefaultColourSpread;
   float StarSize = 0.0f;
+  int64_t Frames = 0;   // frames drawn since take-off
+  double Turned = 0.0;  // the sum of the frames' turns in degrees, kept within (-360, 360)
 };
+
+// A flight left on for days. In single precision a step of Speed from a CameraZ of some
+// thousands is rounded by more than a tenth, and from -65536 on it is lost. After the first hour,
+// flown as it always was, the camera's depth and every star's are taken back towards 0.
+inline constexpr int64_t kSteadyFrames = 120000;  // an hour at 30 ms
+inline constexpr float kRebaseDepth = 256.0f;     // a step of the least Speed is still within 8 %
+// Once CameraZ is at -kRebaseDepth or deeper, adds the largest power of two not above -CameraZ to
+// CameraZ and to every star's z, and gives it (else 0). Both sums are exact for the camera and
+// every star near it, so the matrix, shifted by the same power of two, shows each star as before.
+float RebaseDepths(StarField& field);
 
 // The five settings that the settings file carries, in the file's order.
 struct Settings {

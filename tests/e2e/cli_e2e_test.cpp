@@ -109,6 +109,44 @@ TEST(CliE2E, HelpVersionAndBadArgumentsAnswerOnTheTerminalAndOpenNoWindow) {
                        "display, but neither WAYLAND_DISPLAY nor DISPLAY is set.\n");
 }
 
+// A display that is named but gone (a stale DISPLAY after ssh, a Wayland socket of a dead
+// session) gets one line naming it and status 1; a bad option is told before any display.
+TEST(CliE2E, ADisplayThatDoesNotAnswerIsNamedInOneLineAfterABadOption) {
+  Session lumox({.width = 1024, .height = 768, .start_lumox = false});
+  int n = 4093;
+  while (n > 4000 && std::filesystem::exists("/tmp/.X11-unix/X" + std::to_string(n))) --n;
+  const std::string dead_x = std::string(":").append(std::to_string(n)), x = " DISPLAY=" + dead_x, w = " WAYLAND_DISPLAY=lumox-gone";
+  const std::string no_x = " -u DISPLAY", no_w = " -u WAYLAND_DISPLAY", live_x = " DISPLAY=" + lumox.Display();
+  const struct {
+    std::string env, err;
+  } dead[] = {
+      {no_w + x, "the X display '" + dead_x + "' can't be reached."},
+      {no_x + w, "the Wayland display 'lumox-gone' can't be reached."},
+      {x + w, "neither the Wayland display 'lumox-gone' nor the X display '" + dead_x + "' can be reached."},
+      {no_w + x + " XSCREENSAVER_WINDOW=0x1", "the X display '" + dead_x + "' can't be reached."},
+  };
+  for (const auto& [env, err] : dead) {
+    for (const char* args : {"", "--window", env.find("XSCREEN") != std::string::npos ? "--root" : "--go"}) {
+      const Outcome outcome = RunLumox(lumox, args, env);
+      EXPECT_EQ(outcome.status, 1) << env << " " << args;
+      EXPECT_EQ(outcome.err, "lumox: " + err + "\n") << env << " " << args;
+    }
+  }
+  for (const std::string& env : {no_x + no_w, no_w + x, no_x + w, no_w + live_x}) {
+    const Outcome outcome = RunLumox(lumox, "--speed nan", env);
+    EXPECT_EQ(outcome.status, 2) << env;
+    EXPECT_EQ(outcome.err, "lumox: '--speed' needs a number, not 'nan'.\n" + std::string(kHint)) << env;
+  }
+
+  // A dead Wayland display before a live X one: the flight on X, without a word about Wayland.
+  mkdir(lumox.File(".runtime").c_str(), 0700);
+  lumox.StartLumox({"--go"}, {"WAYLAND_DISPLAY=lumox-gone", "XDG_RUNTIME_DIR=" + lumox.File(".runtime")});
+  EXPECT_TRUE(lumox.WaitForLit(QRect(0, 0, 1024, 768), 1000, 30000));
+  ASSERT_TRUE(lumox.Quit());
+  EXPECT_EQ(lumox.ExitStatus(), 0);
+  EXPECT_EQ(lumox.Stderr(), "");
+}
+
 TEST(CliE2E, GoFliesAtOnceInFullScreenWithTheDataFolderAndNoReadout) {
   Session lumox({.width = 1280, .height = 800, .lumox_args = {"--go"}});
   const std::string window = lumox.WaitForWindow("Lumox");

@@ -52,6 +52,15 @@ validators)
   # What the validators don't cross-check: the entry's icon and command exist in the install.
   grep -qx "Icon=$id" "$share/applications/$id.desktop" || fail "the desktop entry names another icon"
   grep -qx "Exec=lumox" "$share/applications/$id.desktop" || fail "the desktop entry runs another command"
+  # The actions a menu or dock offers on a right click: each names its option, which lumox takes.
+  for action in "fly-now|Fly now|--go" "fly-window|Fly in a window|--window"; do
+    IFS='|' read -r key name option <<<"$action"
+    group=$(sed -n "/^\[Desktop Action $key\]\$/,/^\[/p" "$share/applications/$id.desktop")
+    grep -qx "Name=$name" <<<"$group" && grep -qx "Exec=lumox $option" <<<"$group" ||
+      fail "the desktop entry has no action $key '$name' running lumox $option"
+    grep -Eq -- "^Actions=(.*;)?$key;" "$share/applications/$id.desktop" || fail "the action $key is not listed"
+    "$tmp/root/usr/bin/lumox" --help | grep -Eq -- "^ +$option( |$)" || fail "lumox takes no $option"
+  done
   grep -q "<release version=\"$version\"" "$share/metainfo/$id.metainfo.xml" ||
     fail "the metainfo has no release $version"
   # The man page: renders without a groff warning and names every option.

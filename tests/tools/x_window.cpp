@@ -1,9 +1,11 @@
 // A tiny X client for the end-to-end tests.
 //   x_window probe        maps a window and waits until the window manager frames it: the
 //                         manager is then really managing windows, not just announced.
-//   x_window hold X Y W H maps an unmanaged W x H window at X, Y (as a screensaver's is), prints
+//   x_window hold X Y W H [child]
+//                         maps an unmanaged W x H window at X, Y (as a screensaver's is), prints
 //                         its id, and keeps it until it is destroyed from outside or the
-//                         program is killed.
+//                         program is killed. With `child`, a white child window covers it, as
+//                         a toolkit's or xlogo's window has one.
 #include <xcb/xcb.h>
 
 #include <poll.h>
@@ -69,9 +71,17 @@ int Probe(xcb_connection_t* c, xcb_screen_t* screen) {
   return 0;
 }
 
-int Hold(xcb_connection_t* c, xcb_screen_t* screen, char** xywh) {
+int Hold(xcb_connection_t* c, xcb_screen_t* screen, char** xywh, bool child) {
   const xcb_window_t window =
       MakeWindow(c, screen, std::atoi(xywh[0]), std::atoi(xywh[1]), std::atoi(xywh[2]), std::atoi(xywh[3]), false);
+  if (child) {
+    const xcb_window_t inner = xcb_generate_id(c);
+    xcb_create_window(c, XCB_COPY_FROM_PARENT, inner, window, 0, 0, static_cast<uint16_t>(std::atoi(xywh[2])),
+                      static_cast<uint16_t>(std::atoi(xywh[3])), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
+                      XCB_CW_BACK_PIXEL, &screen->white_pixel);
+    xcb_map_window(c, inner);
+    xcb_flush(c);
+  }
   std::printf("%u\n", window);
   std::fflush(stdout);
   pollfd fd{xcb_get_file_descriptor(c), POLLIN, 0};
@@ -93,7 +103,8 @@ int main(int argc, char** argv) {
   if (xcb_connection_has_error(c)) return 1;
   xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
   if (argc == 2 && std::strcmp(argv[1], "probe") == 0) return Probe(c, screen);
-  if (argc == 6 && std::strcmp(argv[1], "hold") == 0) return Hold(c, screen, argv + 2);
-  std::fprintf(stderr, "usage: x_window probe | x_window hold X Y W H\n");
+  if ((argc == 6 || (argc == 7 && std::strcmp(argv[6], "child") == 0)) && std::strcmp(argv[1], "hold") == 0)
+    return Hold(c, screen, argv + 2, argc == 7);
+  std::fprintf(stderr, "usage: x_window probe | x_window hold X Y W H [child]\n");
   return 2;
 }
