@@ -1,7 +1,7 @@
 # The commands: `make run`, `make test`, `make package`. Each installs what is missing first.
 BUILD ?= build
 
-.PHONY: deps build run test bench package clean
+.PHONY: deps build run test test-sanitized bench package clean
 
 deps:
 	@scripts/install-deps.sh
@@ -15,6 +15,13 @@ run: build
 
 test: build
 	@scripts/run-tests.sh $(BUILD)
+
+# The whole suite built with AddressSanitizer and UBSan; leak checks are off, as the system's
+# GL, X and D-Bus libraries keep allocations to the end by design.
+test-sanitized: deps
+	@cmake -S . -B build-sanitized -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLUMOX_SANITIZE=ON >/dev/null
+	@cmake --build build-sanitized
+	@ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 scripts/run-tests.sh build-sanitized
 
 bench: build
 	@scripts/run-bench.sh $(BUILD)

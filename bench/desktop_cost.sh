@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# CPU of the wallpaper on a headless sway (one output visible, two visible, two covered by
+# full-screen windows) against the X11 display window of the same size, each over 10 s with the
+# same settings: 50000 stars at star size 1.92, the defaults of a 1920-wide screen.
+# Usage: bench/desktop_cost.sh [build]   (as root: sway runs as the user lumoxtest)
+set -eu
+build=$(realpath "${1:-build}")
+dir=$(mktemp -d /tmp/lumox-bench-XXXXXX)
+trap 'pkill -u lumoxtest sway 2>/dev/null || true; rm -rf "$dir"' EXIT
+cp "$build/lumox" "$dir/lumox"
+mkdir "$dir/data"
+printf '35\n0.0035\n170\n1.92\n50000\n' > "$dir/data/LumoxPrefs"
+id -u lumoxtest >/dev/null 2>&1 || useradd -m lumoxtest
+chown -R lumoxtest: "$dir"
+user=(setpriv --reuid=lumoxtest --regid=lumoxtest --init-groups env -i HOME="$dir" XDG_RUNTIME_DIR="$dir"
+      PATH=/usr/bin:/bin XDG_DATA_HOME="$dir/data")
+
+# CPU of a process over 10 s, in per cent of one core.
+cpu() {
+  local a b
+  a=$(awk '{print $14+$15}' /proc/"$1"/stat); sleep 10; b=$(awk '{print $14+$15}' /proc/"$1"/stat)
+  echo $(( (b - a) * 100 / $(getconf CLK_TCK) / 10 ))
+}
+
+sway_run() {  # outputs, covered (0/1)
+  printf 'output HEADLESS-1 resolution 1920x1080\noutput HEADLESS-2 resolution 1920x1080 position 1920 0\nxwayland disable\n' > "$dir/sway"
+  "${user[@]}" WLR_BACKENDS=headless WLR_RENDERER=pixman WLR_LIBINPUT_NO_DEVICES=1 WLR_HEADLESS_OUTPUTS="$1" \
+    sway -c "$dir/sway" >/dev/null 2>&1 &
+  until ls "$dir"/wayland-? >/dev/null 2>&1 && ls "$dir"/sway-ipc.* >/dev/null 2>&1; do sleep 0.1; done
+  local wl; wl=$(basename "$(ls "$dir"/wayland-? | head -1)")
+  local sw=("${user[@]}" WAYLAND_DISPLAY="$wl" SWAYSOCK="$(ls "$dir"/sway-ipc.*)")
+  "${sw[@]}" "$dir/lumox" --wallpaper >/dev/null 2>&1 &
+  local pid=$!
+  if [ "$2" = 1 ]; then
+    for o in $(seq "$1"); do
+      "${sw[@]}" swaymsg focus output HEADLESS-"$o" >/dev/null
+      "${sw[@]}" sh -c 'foot sleep 600 >/dev/null 2>&1 &'
+      until "${sw[@]}" swaymsg -t get_tree | grep -c '"app_id": "foot"' | grep -qx "$o"; do sleep 0.1; done
+      "${sw[@]}" swaymsg fullscreen enable >/dev/null
+    done
+  fi
+  sleep 2  # settling: the flights take off and the covered ones pause
+  echo "$(cpu "$(pgrep -n -f "$dir/lumox")")"
+  kill "$pid" 2>/dev/null || true
+  pkill -u lumoxtest sway || true
+  while pgrep -u lumoxtest sway >/dev/null; do sleep 0.1; done
+  rm -f "$dir"/wayland-* "$dir"/sway-ipc.*
+}
+
+echo "sway, one output visible:  $(sway_run 1 0)% of a core"
+echo "sway, two outputs visible: $(sway_run 2 0)% of a core"
+echo "sway, two outputs covered: $(sway_run 2 1)% of a core"
+x11=$(XDG_DATA_HOME="$dir/data" xvfb-run -a -s "-screen 0 1920x1080x24" "$(dirname "$0")/../scripts/with-openbox.sh" \
+  sh -c "\"$dir/lumox\" --go & p=\$!; sleep 2; a=\$(awk '{print \$14+\$15}' /proc/\$p/stat); sleep 10;
+         b=\$(awk '{print \$14+\$15}' /proc/\$p/stat); kill \$p; echo \$(( (b - a) * 100 / \$(getconf CLK_TCK) / 10 ))")
+echo "X11 display window, full screen: ${x11}% of a core"
