@@ -253,20 +253,18 @@ const wl_keyboard_listener kKeyboardListener = {
     [](void*, wl_keyboard*, int32_t, int32_t) {},
 };
 
-uint32_t OutputOf(const WaylandHost& host, wl_surface* surface);
-
 const wl_pointer_listener kPointerListener = {
     [](void* data, wl_pointer* pointer, uint32_t serial, wl_surface* surface, wl_fixed_t x, wl_fixed_t y) {
       auto* s = static_cast<SeatEntry*>(data);
       wl_pointer_set_cursor(pointer, serial, nullptr, 0, 0);  // no pointer over the saver
       s->pointer_surface = surface;
-      s->host->PointerAt(OutputOf(*s->host, surface), wl_fixed_to_double(x), wl_fixed_to_double(y));
+      s->host->PointerAt(s->host->OutputOf(surface), wl_fixed_to_double(x), wl_fixed_to_double(y));
     },
     [](void* data, wl_pointer*, uint32_t, wl_surface*) { static_cast<SeatEntry*>(data)->pointer_surface = nullptr; },
     [](void* data, wl_pointer*, uint32_t, wl_fixed_t x, wl_fixed_t y) {
       auto* s = static_cast<SeatEntry*>(data);
       if (s->pointer_surface)
-        s->host->PointerAt(OutputOf(*s->host, s->pointer_surface), wl_fixed_to_double(x), wl_fixed_to_double(y));
+        s->host->PointerAt(s->host->OutputOf(s->pointer_surface), wl_fixed_to_double(x), wl_fixed_to_double(y));
     },
     [](void* data, wl_pointer*, uint32_t, uint32_t, uint32_t, uint32_t state) {
       if (state == WL_POINTER_BUTTON_STATE_PRESSED) static_cast<SeatEntry*>(data)->host->UserPressed();
@@ -344,12 +342,6 @@ void GlobalRemove(void* data, wl_registry*, uint32_t name) {
 }
 
 const wl_registry_listener kRegistryListener = {Global, GlobalRemove};
-
-uint32_t OutputOf(const WaylandHost& host, wl_surface* surface) {
-  for (const auto& [output, flight] : host.Flights())
-    if (flight->WlSurface() == surface) return output;
-  return 0;
-}
 
 // Desktop GL in a window of RGB with a depth buffer, as the display window has.
 bool SetUpEgl(WaylandGlobals& g) {
@@ -480,6 +472,23 @@ void WaylandHost::Carry(const std::vector<OutputChange>& changes) {
     if (plan_.Flying(output) && !flights_.count(output))
       flights_[output] = std::make_unique<LayerFlight>(*globals_, *entry, options_,
                                                        [this, output = output] { SurfaceClosed(output); });
+}
+
+uint32_t WaylandHost::OutputOf(const void* surface) const {
+  for (const auto& [output, flight] : flights_)
+    if (flight->WlSurface() == surface) return output;
+  return 0;
+}
+
+std::vector<uint32_t> WaylandHost::FlyingOutputs() const {
+  std::vector<uint32_t> outputs;
+  for (const auto& [output, flight] : flights_) outputs.push_back(output);
+  return outputs;
+}
+
+const Flight* WaylandHost::FlightOn(uint32_t output) const {
+  const auto found = flights_.find(output);
+  return found == flights_.end() ? nullptr : found->second.get();
 }
 
 void WaylandHost::PointerAt(uint32_t output, double x, double y) {

@@ -14,6 +14,7 @@
 
 namespace lumox {
 
+class Flight;
 class LayerFlight;
 struct WaylandGlobals;
 
@@ -38,9 +39,12 @@ class WaylandHost : public QObject {
   // A key or a button went down.
   void UserPressed();
 
-  // The flight on each output that has one, by the output's registry name.
-  const std::map<uint32_t, std::unique_ptr<LayerFlight>>& Flights() const { return flights_; }
+  // The outputs that have a flight, by their registry names, and the flight on one (or null).
+  std::vector<uint32_t> FlyingOutputs() const;
+  const Flight* FlightOn(uint32_t output) const;
   const OutputPlan& Plan() const { return plan_; }
+  // The output whose flight's surface this is; 0 for none.
+  uint32_t OutputOf(const void* surface) const;
 
  private:
   void Carry(const std::vector<OutputChange>& changes);

@@ -9,6 +9,11 @@
 #include <cstdio>
 #include <filesystem>
 
+#include <QApplication>
+#include <QElapsedTimer>
+
+#include "display/flight.h"
+#include "display/wayland_host.h"
 #include "e2e/sway_session.h"
 #include "e2e/x_session.h"
 
@@ -137,6 +142,47 @@ TEST(DesktopModesE2E, ACompositorThatGoesOrHasNoLayerShellEndsItWithOneLine) {
   RunCommand("pkill -f " BARE_COMPOSITOR);
   pclose(compositor);
   std::filesystem::remove_all(folder);
+}
+
+// The host in this process, on the real compositor, fed the removal of an output and the close
+// of a surface: the one flight goes (or is made anew) and the other flies on untouched.
+TEST(DesktopModesE2E, TheHostDropsARemovedOutputsFlightAndRemakesAClosedOneLeavingTheOtherAlone) {
+  SwaySession sway(800, 600, "", {}, 2, false);
+  for (const std::string& word : sway.ClientEnv()) putenv(strdup(word.c_str()));
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  int argc = 1;
+  char name[] = "host_test";
+  char* argv[] = {name, nullptr};
+  QApplication app(argc, argv);
+  DesktopModeOptions options;
+  options.starting = [](int width) { return DefaultSettings(width); };
+  int ended = -1;
+  WaylandHost host(options, [&](int status, const std::string&) { ended = status; });
+  std::string error;
+  ASSERT_EQ(host.Start(error), 0) << error;
+  const auto run_until = [&](const std::function<bool()>& done) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!done() && clock.elapsed() < 10000) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    return done();
+  };
+  const auto frames = [&](uint32_t output) { return host.FlightOn(output); };
+  ASSERT_TRUE(run_until([&] { return host.FlyingOutputs().size() == 2; }));
+  const uint32_t first = host.FlyingOutputs()[0], second = host.FlyingOutputs()[1];
+  ASSERT_TRUE(run_until([&] { return frames(first)->Frames > 40 && frames(second)->Frames > 3; }));
+
+  const Flight* kept = frames(second);
+  host.SurfaceClosed(first);
+  // A flight made anew has taken off again: its count of frames starts over.
+  ASSERT_TRUE(run_until([&] { return frames(first) && frames(first)->Frames < 20; }));
+  ASSERT_TRUE(run_until([&] { return frames(first)->Frames > 3; }));
+  host.OutputRemoved(first);
+  EXPECT_EQ(frames(first), nullptr);
+  EXPECT_FALSE(host.Plan().Flying(first));
+  const int64_t before = kept->Frames;
+  ASSERT_TRUE(run_until([&] { return kept->Frames > before + 3; }));
+  EXPECT_EQ(frames(second), kept);
+  EXPECT_EQ(ended, -1);
 }
 
 // On X11: a saver window on each monitor above every window, with the keyboard and the pointer

@@ -154,6 +154,13 @@ bool SwaySession::OpenTerminal(bool full_screen) const {
   return true;
 }
 
+std::vector<std::string> SwaySession::ClientEnv() const {
+  std::vector<std::string> env;
+  for (const std::string& word : env_)
+    if (word.starts_with("WAYLAND_DISPLAY=") || word.starts_with("XDG_RUNTIME_DIR=")) env.push_back(word);
+  return env;
+}
+
 void SwaySession::KillCompositor() {
   StopHelper(sway_);
   sway_ = -1;

@@ -50,6 +50,8 @@ class SwaySession {
   // A foot terminal, on the focused output, full screen if asked; gives when sway shows it.
   bool OpenTerminal(bool full_screen) const;
   bool Quit();
+  // What a client of this compositor sets: "WAYLAND_DISPLAY=…" and "XDG_RUNTIME_DIR=…".
+  std::vector<std::string> ClientEnv() const;
   // Ends the compositor under lumox, as a crash or a logout does.
   void KillCompositor();
 
