@@ -114,8 +114,7 @@ void X11DesktopHost::Carry(const std::vector<OutputChange>& changes) {
     }
     // The root window's part that the monitor shows, in the root's logical pixels.
     auto flight = std::make_unique<EmbeddedFlight>(
-        X11VirtualRoot(), [starting = options_.starting](int width) { return starting(width); }, [] {}, true,
-        screen->geometry());
+        X11VirtualRoot(), options_.starting, [] {}, true, screen->geometry());
     if (flight->Open()) flights_[id] = std::move(flight);
   }
 }
