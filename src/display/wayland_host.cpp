@@ -381,7 +381,7 @@ int WaylandHost::Start(std::string& error) {
   g.display = wl_display_connect(nullptr);
   if (!g.display) {
     const char* name = getenv("WAYLAND_DISPLAY");
-    error = std::string("Can't reach the Wayland display '") + (name ? name : "wayland-0") + "'.";
+    error = std::string("the Wayland display '") + (name ? name : "wayland-0") + "' can't be reached.";
     return 1;
   }
   g.host = this;

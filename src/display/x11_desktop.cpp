@@ -70,9 +70,12 @@ X11DesktopHost::X11DesktopHost(DesktopModeOptions options, std::function<void()>
 
 X11DesktopHost::~X11DesktopHost() { flights_.clear(); }
 
-std::string X11DesktopHost::Start() {
+int X11DesktopHost::Start(std::string& error) {
   for (QScreen* screen : QGuiApplication::screens()) Added(screen);
-  if (!plan_.WantedPresent()) return NoSuchOutput(options_.output, plan_.Names());
+  if (!plan_.WantedPresent()) {
+    error = NoSuchOutput(options_.output, plan_.Names());
+    return 2;
+  }
   connect(qApp, &QGuiApplication::screenAdded, this, [this](QScreen* screen) { Added(screen); });
   connect(qApp, &QGuiApplication::screenRemoved, this, [this](QScreen* screen) {
     if (const uint32_t id = IdOf(screen)) {
@@ -83,7 +86,7 @@ std::string X11DesktopHost::Start() {
   // The pointer's place at the start is where a move is measured from.
   wake_.Pointer(0, QCursor::pos().x(), QCursor::pos().y());
   Carry({});
-  return {};
+  return 0;
 }
 
 void X11DesktopHost::Added(QScreen* screen) {

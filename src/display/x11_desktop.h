@@ -22,8 +22,8 @@ class X11DesktopHost : public QObject {
   X11DesktopHost(DesktopModeOptions options, std::function<void()> ended);
   ~X11DesktopHost() override;
 
-  // Flies on the monitors there are; gives "" or the error line (an output that is not there).
-  std::string Start();
+  // Flies on the monitors there are. Gives 0, or 2 with `error` set for an output that is not there.
+  int Start(std::string& error);
   // The user is back: a key or a button, or the pointer at this place on the screen.
   void UserPressed();
   void PointerAt(QPointF global);

@@ -95,6 +95,20 @@ namespace {
 void SayError(const std::string& line) {
   if (!line.empty()) std::fprintf(stderr, "lumox: %s\n", line.c_str());
 }
+
+// Starts either host and runs the loop until it ends; an output that is not there is a usage error.
+template <class Host>
+int Fly(Host& host, bool fps) {
+  SetFpsShown(fps);
+  std::string error;
+  if (const int status = host.Start(error)) {
+    SayError(error);
+    if (status == 2) std::fputs(qPrintable(UsageHint()), stderr);
+    return status;
+  }
+  QuitOnSignals();
+  return QCoreApplication::exec();
+}
 }  // namespace
 
 int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
@@ -111,19 +125,11 @@ int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
     // which stays the host's own (one from WAYLAND_SOCKET can be taken only once).
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    SetFpsShown(line.fps);
     WaylandHost host(options, [](int status, const std::string& error) {
       SayError(error);
       QCoreApplication::exit(status);
     });
-    std::string error;
-    if (const int status = host.Start(error)) {
-      SayError(error);
-      if (status == 2) std::fputs(qPrintable(UsageHint()), stderr);
-      return status;
-    }
-    QuitOnSignals();
-    return app.exec();
+    return Fly(host, line.fps);
   }
   if (qEnvironmentVariableIsEmpty("DISPLAY")) {
     SayError("'--wallpaper' and '--saver' need a Wayland compositor with the layer shell or an X display, but "
@@ -133,15 +139,8 @@ int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
   ExitWithoutDisplay(argc, argv, true, {});
   qputenv("QT_QPA_PLATFORM", "xcb");
   QApplication app(argc, argv);
-  SetFpsShown(line.fps);
   X11DesktopHost host(options, [] { QCoreApplication::exit(0); });
-  if (const std::string error = host.Start(); !error.empty()) {
-    SayError(error);
-    std::fputs(qPrintable(UsageHint()), stderr);
-    return 2;
-  }
-  QuitOnSignals();
-  return app.exec();
+  return Fly(host, line.fps);
 }
 
 }  // namespace lumox

@@ -138,7 +138,7 @@ TEST(DesktopModesE2E, ACompositorThatGoesOrHasNoLayerShellEndsItWithOneLine) {
   EXPECT_EQ(run(socket),
             "lumox: This Wayland compositor has no layer shell (zwlr_layer_shell_v1), so Lumox can't be its wallpaper "
             "or screensaver; GNOME offers no way for a program to be either.\n1\n");
-  EXPECT_EQ(run("gone"), "lumox: Can't reach the Wayland display 'gone'.\n1\n");
+  EXPECT_EQ(run("gone"), "lumox: the Wayland display 'gone' can't be reached.\n1\n");
   RunCommand("pkill -f " BARE_COMPOSITOR);
   pclose(compositor);
   std::filesystem::remove_all(folder);
