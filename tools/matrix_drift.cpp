@@ -60,6 +60,8 @@ int main(int argc, char** argv) {
   gl.Color3d = [](double, double, double) {};
   gl.Vertex3f = [](float, float, float) {};
   gl.End = [] {};
+  gl.GetModelview = [](float m[16]) { glGetFloatv(GL_MODELVIEW_MATRIX, m); };
+  gl.Scalef = glScalef;
   glMatrixMode(GL_MODELVIEW);
   const float angle = static_cast<float>(static_cast<double>(field.Rotn) / -1000.0);
   for (long long frame = 1; frame <= frames; ++frame) {

@@ -28,6 +28,9 @@ struct GlApi {
   void (*Color3d)(double r, double g, double b);
   void (*Vertex3f)(float x, float y, float z);
   void (*End)();
+  // Only a flight left on for hours uses these: reading the camera back and scaling it.
+  void (*GetModelview)(float matrix[16]);
+  void (*Scalef)(float x, float y, float z);
 };
 
 // The table that calls Mesa; defined in the GL layer.

@@ -115,10 +115,11 @@ TEST(Frame, AFlightOfThirtyDaysKeepsItsStepAndItsScale) {
   StarField field{.StarMax = 4, .Rotn = 100};
   g_mesa_matrix = {};
   const int64_t days30 = 30LL * 24 * 3600 * 1000 / 30;
-  float least = 1.0f, most = 0.0f;
+  float least = 1.0f, most = 0.0f, jump = 0.0f;
   for (int64_t frame = 1; frame <= days30; ++frame) {
-    const float before = field.CameraZ;
+    const float before = field.CameraZ, scale = g_mesa_matrix.Scale(0);
     Surface_Render(field, MesaMatrixApi());
+    jump = std::max(jump, std::abs(g_mesa_matrix.Scale(0) - scale));
     if (frame % 100 == 0) RecycleStars(field, half);
     if (frame > days30 - 100000 && field.CameraZ <= before) {  // not a rebase
       least = std::min(least, before - field.CameraZ);
@@ -130,6 +131,7 @@ TEST(Frame, AFlightOfThirtyDaysKeepsItsStepAndItsScale) {
   EXPECT_EQ(testing::Bits(g_mesa_matrix.m[14]), testing::Bits(-field.CameraZ));
   EXPECT_NEAR(g_mesa_matrix.Scale(0), 1.0, 0.001);
   EXPECT_NEAR(g_mesa_matrix.Scale(1), 1.0, 0.001);
+  EXPECT_LT(jump, 2e-4f);  // no frame moves a star 1000 pixels out by more than a fifth of a pixel
 }
 
 // On a HiDPI screen GL sizes points in device pixels: the size sent is StarSize times the

@@ -2,6 +2,7 @@
 // A GL table that keeps the modelview matrix as Mesa does, in single precision, with Mesa's order
 // of operations for a translation along z and a turn about z (what the frame asks for), and
 // drops every other call. A long flight's matrix runs in seconds on it, with no context.
+#include <algorithm>
 #include <cmath>
 
 #include "display/gl_api.h"
@@ -45,6 +46,13 @@ inline const GlApi& MesaMatrixApi() {
       [](double, double, double) {},
       [](float, float, float) {},
       [] {},
+      [](float m[16]) { std::copy(g_mesa_matrix.m, g_mesa_matrix.m + 16, m); },
+      [](float x, float y, float) {
+        for (int i = 0; i < 4; ++i) {
+          g_mesa_matrix.m[i] *= x;
+          g_mesa_matrix.m[4 + i] *= y;
+        }
+      },
   };
   return api;
 }

@@ -1,5 +1,7 @@
 #include "support/gl_recorder.h"
 
+#include <algorithm>
+
 namespace lumox::testing {
 namespace {
 GlRecorder* g_recorder = nullptr;
@@ -29,6 +31,12 @@ const GlApi& GlRecorder::Api() const {
       [](double r, double g, double b) { Record("glColor3d", r, g, b); },
       [](float x, float y, float z) { Record("glVertex3f", x, y, z); },
       [] { Record("glEnd"); },
+      [](float m[16]) {
+        Record("glGetFloatv");
+        std::fill(m, m + 16, 0.0f);
+        m[0] = m[5] = m[10] = m[15] = 1.0f;
+      },
+      [](float x, float y, float z) { Record("glScalef", x, y, z); },
   };
   return api;
 }
