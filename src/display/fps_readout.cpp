@@ -24,7 +24,8 @@ OverlayPicture FpsReadout::Frame() {
   const double now = static_cast<double>(clock_.nsecsElapsed()) * 1e-9;
   if (meter_.Frame(now)) {
     const FpsReading reading = meter_.TakeReading(now, ProcStatCpuSeconds());
-    picture_ = ReadoutPicture(QString::fromStdString(FpsText(reading))).mirrored();
+    text_ = QString::fromStdString(FpsText(reading));
+    picture_ = ReadoutPicture(text_).mirrored();
   }
   if (picture_.isNull()) return {};
   return {picture_.width(), picture_.height(), picture_.constBits()};

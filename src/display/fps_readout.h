@@ -13,11 +13,14 @@ class FpsReadout {
  public:
   // Counts the frame about to be drawn; gives the picture to lay over it (none in the first second).
   OverlayPicture Frame();
+  // The text of the picture Frame gives.
+  const QString& Text() const { return text_; }
 
  private:
   QElapsedTimer clock_;
   FpsMeter meter_;
   QImage picture_;
+  QString text_;
 };
 
 // The text in pale green on a dark plate, premultiplied RGBA, rows from the top down.

@@ -56,5 +56,18 @@ TEST(FpsReadout, ItIsBlendedOverTheFrameAndLeavesTheGlStateAsItWas) {
   EXPECT_NEAR(box[0], 255 - 160, 2);  // white under black of alpha 160, left of the text
 }
 
+// GL draws pictures from the bottom row up: the readout's rows come in that order, so its text
+// stands upright on the screen.
+TEST(FpsReadout, ItsPictureIsTheTextWithItsBottomRowFirst) {
+  FpsReadout readout;
+  OverlayPicture picture;
+  ASSERT_TRUE(testing::RunUntil([&] { return (picture = readout.Frame()).pixels != nullptr; }, 5000));
+  const QImage upright = ReadoutPicture(readout.Text());
+  const QImage given(static_cast<const uchar*>(picture.pixels), picture.width, picture.height,
+                     QImage::Format_RGBA8888_Premultiplied);
+  EXPECT_NE(given, upright);  // the text is not the same read either way up
+  EXPECT_EQ(given.mirrored(), upright);
+}
+
 }  // namespace
 }  // namespace lumox
