@@ -11,7 +11,7 @@ packages=(
   # The layer-shell host: plain Wayland client, EGL and the protocol descriptions.
   libwayland-dev libegl-dev wayland-protocols libwayland-bin
   # The desktops the end-to-end tests run on: X11 window managers and a headless Wayland compositor.
-  xfwm4 metacity i3-wm icewm sway wtype grim foot
+  xfwm4 metacity i3-wm icewm sway wtype grim foot xprintidle
   # The hosts Lumox meets: the screensaver daemon and a session bus with a mocked service.
   xscreensaver xscreensaver-data dbus dbus-x11 python3-dbusmock
   # Installing and packaging: the validators, dpkg-shlibdeps, lintian.

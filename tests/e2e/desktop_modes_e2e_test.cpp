@@ -132,8 +132,10 @@ TEST(DesktopModesE2E, ACompositorThatGoesOrHasNoLayerShellEndsItWithOneLine) {
   ASSERT_TRUE(compositor && fgets(socket, sizeof socket, compositor));
   socket[strcspn(socket, "\n")] = '\0';
   const auto run = [&](const std::string& wayland) {
-    return RunCommand("env -i XDG_RUNTIME_DIR=" + folder + " WAYLAND_DISPLAY=" + wayland + " " LUMOX_EXE
-                      " --wallpaper 2>&1; echo $?");
+    std::string sanitizer;
+    for (const std::string& word : SanitizerEnv()) sanitizer += "'" + word + "' ";
+    return RunCommand("env -i " + sanitizer + "XDG_RUNTIME_DIR=" + folder + " WAYLAND_DISPLAY=" + wayland +
+                      " " LUMOX_EXE " --wallpaper 2>&1; echo $?");
   };
   EXPECT_EQ(run(socket),
             "lumox: This Wayland compositor has no layer shell (zwlr_layer_shell_v1), so Lumox can't be its wallpaper "

@@ -97,14 +97,6 @@ TEST(FilesE2E, HostilePathsAndTextsNeitherStopTheFlightNorLoseTheFile) {
        },
        false, fs::file_type::symlink, "dotfiles/lumox", kDefaults1440, rw_r_____, nullptr},
       {"mode 0644", file(kOddPrefs), true, fs::file_type::regular, nullptr, kOddWritten, rw_r__r__, nullptr},
-      {"CR line ends", file("-35\r0.05\r200\r2.5\r30000\r"), true, fs::file_type::regular, nullptr, kOddWritten,
-       rw_r__r__, nullptr},
-      {"CR LF line ends", file("-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\n"), true, fs::file_type::regular, nullptr,
-       kOddWritten, rw_r__r__, nullptr},
-      {"byte-order mark", file("\xEF\xBB\xBF-35\n0.05\n200\n2.5\n30000\n"), true, fs::file_type::regular, nullptr,
-       kOddWritten, rw_r__r__, nullptr},
-      {"first line of 2 MiB", file("-35" + std::string(2 << 20, ' ') + "\n0.05\n200\n2.5\n30000\n"), true,
-       fs::file_type::regular, nullptr, kOddWritten, rw_r__r__, nullptr},
       {"leftover of a cut-off save",
        [rw_r__r__](const std::string& folder) {
          WriteFile(folder + "/LumoxPrefs", kOddPrefs, rw_r__r__);

@@ -29,12 +29,14 @@ struct Saver {
     if (!mkdtemp(home.data())) throw std::runtime_error("mkdtemp");
     std::ofstream(home + "/.xscreensaver") << "timeout: 0:01:00\nlock: False\nfade: False\nunfade: False\n"
                                               "splash: False\ndpmsEnabled: False\n" << mode;
-    // lumox on the daemon's PATH, as the install's link puts it in the saver's own folder.
+    // lumox on the daemon's PATH, as the install's link puts it in the saver's own folder; a
+    // copy, as the build may sit where the daemon's user can't reach (a checkout under /root).
     std::filesystem::create_directory(home + "/bin");
-    std::filesystem::create_symlink(LUMOX_EXE, home + "/bin/lumox");
+    std::filesystem::copy_file(LUMOX_EXE, home + "/bin/lumox");
     std::vector<std::string> argv = AsTestUser(home);
-    argv.insert(argv.end(), {"env", "-i", "HOME=" + home, "DISPLAY=" + x.Display(), "PATH=" + home + "/bin:/usr/bin:/bin",
-                             "xscreensaver", "-no-splash"});
+    argv.insert(argv.end(), {"env", "-i", "HOME=" + home, "DISPLAY=" + x.Display(), "PATH=" + home + "/bin:/usr/bin:/bin"});
+    for (const std::string& word : SanitizerEnv()) argv.push_back(word);
+    argv.insert(argv.end(), {"xscreensaver", "-no-splash"});
     pid = StartHelper(argv);
   }
   ~Saver() {
@@ -56,7 +58,7 @@ long SaverState(const Session& x) {
 // How long the X server has counted the user idle, in ms: the clock of its own screen saver.
 long ServerIdleMs(const Session& x) {
   long ms = -1;
-  std::istringstream(x.Shell(LUMOX_X_IDLE)) >> ms;
+  std::istringstream(x.Shell("xprintidle")) >> ms;
   return ms;
 }
 

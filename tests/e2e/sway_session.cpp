@@ -42,6 +42,7 @@ SwaySession::SwaySession(int width, int height, const std::string& sway_config,
                                 << sway_config << "\n";
   env_ = AsTestUser(dir_);
   env_.insert(env_.end(), {"env", "-i", "HOME=" + dir_, "XDG_RUNTIME_DIR=" + dir_, "PATH=/usr/bin:/bin"});
+  for (const std::string& word : SanitizerEnv()) env_.push_back(word);
   const auto with = [this](std::initializer_list<std::string> words) {
     std::vector<std::string> argv = env_;
     argv.insert(argv.end(), words);

@@ -48,6 +48,13 @@ void StopHelper(pid_t pid) {
 
 void SleepMs(int ms) { usleep(ms * 1000); }
 
+std::vector<std::string> SanitizerEnv() {
+  std::vector<std::string> words;
+  for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS"})
+    if (const char* value = getenv(name)) words.push_back(std::string(name) + "=" + value);
+  return words;
+}
+
 std::vector<std::string> AsTestUser(const std::string& folder) {
   if (geteuid() != 0) return {};
   if (RunCommand("id -u lumoxtest >/dev/null 2>&1 || useradd -m lumoxtest >/dev/null 2>&1; chown -R lumoxtest: " +

@@ -97,6 +97,9 @@ class Session {
 };
 
 void SleepMs(int ms);
+// ASAN_OPTIONS and UBSAN_OPTIONS as "NAME=value" words, where set: a run from an empty
+// environment keeps the sanitized build's settings.
+std::vector<std::string> SanitizerEnv();
 // Runs a shell command; gives its standard output.
 std::string RunCommand(const std::string& command);
 // Polls `done` until it holds or `ms` pass; gives whether it held.

@@ -90,6 +90,15 @@ TEST(PrefsStore, WithoutHomeThePasswordDatabaseTellsItAndARelativeXdgDataHomeIsI
   home.empty() ? unsetenv("HOME") : setenv("HOME", home.c_str(), 1);
 }
 
+// The file is read in pieces: a first line of 2 MiB (and CR LF line ends) still gives the five values.
+TEST(PrefsStore, AFirstLineOfMegabytesIsReadThrough) {
+  fs::create_directories(Folder());
+  std::ofstream(Path(), std::ios::binary) << "-35" << std::string(2 << 20, ' ') << "\r\n0.05\r\n200\r\n2.5\r\n30000\r\n";
+  Settings read;
+  ASSERT_EQ(LoadPrefsFile(read), PrefsFileState::Read);
+  EXPECT_EQ(Text(read), "-35\n0.05\n200\n2.5\n30000\n");
+}
+
 // A filter that kills the process at its first rename.
 std::vector<sock_filter> DeathAtRename() {
   std::vector<sock_filter> filter = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
