@@ -49,7 +49,14 @@ foreach(size IN LISTS LUMOX_ICON_SIZES)
           DESTINATION ${CMAKE_INSTALL_DATADIR}/${icon_folder} COMPONENT data)
 endforeach()
 install(FILES ${packaging_out}/lumox.6.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man6 COMPONENT data)
-install(FILES ${packaging_src}/lumox.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/xscreensaver/config COMPONENT data)
+# The screensaver's settings dialog, its sliders' ranges and defaults filled in from the program's.
+add_executable(saver_settings ${packaging_src}/saver_settings.cpp)
+target_link_libraries(saver_settings PRIVATE lumox_core)
+add_custom_command(OUTPUT ${packaging_out}/lumox.xml
+  COMMAND saver_settings ${packaging_src}/lumox.xml.in ${packaging_out}/lumox.xml
+  DEPENDS saver_settings ${packaging_src}/lumox.xml.in VERBATIM)
+add_custom_target(saver_settings_xml ALL DEPENDS ${packaging_out}/lumox.xml)
+install(FILES ${packaging_out}/lumox.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/xscreensaver/config COMPONENT data)
 
 # XScreenSaver runs its display modes from its own folder: a relative link there to the program,
 # wherever `bin_folder` puts it.
