@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "e2e/x_session.h"
+#include "support/defaults_table.h"
 
 namespace lumox::e2e {
 namespace {
@@ -163,7 +164,7 @@ TEST(CliE2E, GoFliesAtOnceInFullScreenWithTheDataFolderAndNoReadout) {
   EXPECT_TRUE(lumox.WaitForGeometry(window, QRect(20, 50, 600, 400)));
   ASSERT_TRUE(lumox.Quit());
   EXPECT_EQ(lumox.ExitStatus(), 0);
-  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n1.28\n19200\n");
+  EXPECT_EQ(lumox.Prefs(), testing::DefaultsFor(1280)->file);
 }
 
 // Full screen is left as soon as the window is mapped: each window manager must end in escape's window.
@@ -197,7 +198,7 @@ TEST_P(CliWindowE2E, WindowFliesInTheEscapedWindowWithTheReadoutInItsCorner) {
   ASSERT_FALSE(lumox.WaitForWindow("Settings").empty());
   EXPECT_EQ(lumox.Geometry(window), moved);
   ASSERT_TRUE(lumox.Quit());
-  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n1.28\n19200\n");
+  EXPECT_EQ(lumox.Prefs(), testing::DefaultsFor(1280)->file);
 }
 
 INSTANTIATE_TEST_SUITE_P(WindowManagers, CliWindowE2E, ::testing::ValuesIn(kWindowManagers),
@@ -228,7 +229,7 @@ TEST(CliE2E, ScreenByNameTakesTheStartWindowTheFlightAndRestoreDefaultsToThatMon
   lumox.Xdo(MouseTo(lumox.Geometry(prefs).topLeft() + QPoint(85, 191)) + " click 1 key Return");
   EXPECT_TRUE(WaitFor([&] { return lumox.Xdo("search --onlyvisible --name '^Settings$'").empty(); }));
   ASSERT_TRUE(lumox.Quit());
-  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n1.024\n15360\n");
+  EXPECT_EQ(lumox.Prefs(), testing::DefaultsFor(1024)->file);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "e2e/x_session.h"
+#include "support/defaults_table.h"
 
 namespace lumox::e2e {
 namespace {
@@ -54,7 +55,7 @@ TEST(PrefsE2E, SlidersActAtOnceRestoreDefaultsHoldsTheCountAndOkRewritesTheFile)
   lumox.Xdo("key Return");  // OK, the default button, though the click left Restore Defaults in focus
   EXPECT_TRUE(WaitFor([&] { return lumox.WaitForWindow("Settings", 0).empty(); }));
   ASSERT_TRUE(lumox.Quit());
-  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n3.84\n50000\n");
+  EXPECT_EQ(lumox.Prefs(), testing::DefaultsFor(3840)->file);
 }
 
 }  // namespace

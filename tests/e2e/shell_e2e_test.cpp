@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "e2e/x_session.h"
+#include "support/defaults_table.h"
 
 namespace lumox::e2e {
 namespace {
@@ -156,7 +157,7 @@ TEST(ShellE2E, TheFlightFullScreenWindowedAndUnderTheAboutWindow) {
   EXPECT_TRUE(WaitFor([&] { return LitPixels(lumox.Screenshot().copy(0, 0, 1440, 30), 200) < 1440 * 30 / 20; }));
   ASSERT_TRUE(lumox.Quit());
   EXPECT_EQ(lumox.ExitStatus(), 0);
-  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n1.44\n21600\n");
+  EXPECT_EQ(lumox.Prefs(), testing::DefaultsFor(1440)->file);
   EXPECT_EQ(lumox.PrefsWrites(), 1);
 }
 
@@ -180,7 +181,7 @@ TEST(ShellE2E, AtScaleTwoTheFlightLooksAsAtScaleOne) {
   };
   const auto [plain, plain_prefs] = fly(1440, nullptr, {});
   const auto [doubled, doubled_prefs] = fly(2880, nullptr, {"QT_SCALE_FACTOR=2"});
-  EXPECT_EQ(plain_prefs, "35\n0.0035\n170\n1.44\n21600\n");
+  EXPECT_EQ(plain_prefs, testing::DefaultsFor(1440)->file);
   EXPECT_EQ(doubled_prefs, plain_prefs);
   // Stars of 4 pixels keep the rasterizer from ruling the area: llvmpipe draws a smooth point of
   // any size up to 2 as one of size 2 (3.13 lit pixels), so at the default 1.44 a star lights

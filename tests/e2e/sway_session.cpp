@@ -37,6 +37,7 @@ SwaySession::SwaySession(int width, int height, const std::string& sway_config,
   std::filesystem::create_directory(dir_ + "/data");
   // The build may sit in a folder the session's user can't enter (a checkout under /root).
   lumox_copy_ = dir_ + "/lumox";
+  stderr_ = dir_ + "/stderr";
   std::filesystem::copy_file(LUMOX_EXE, lumox_copy_);
   std::ofstream(dir_ + "/sway") << "output HEADLESS-1 resolution " << width << "x" << height << "\nxwayland disable\n"
                                 << sway_config << "\n";
@@ -69,7 +70,7 @@ SwaySession::SwaySession(int width, int height, const std::string& sway_config,
 }
 
 SwaySession::~SwaySession() {
-  if (Running()) StopHelper(lumox_);
+  Stop();
   StopHelper(keyboard_);
   Shell("pkill -u $(id -u) foot");
   StopHelper(sway_);
@@ -101,44 +102,11 @@ bool SwaySession::WaitForWindow(const std::string& title, bool (*condition)(cons
   return WaitFor([&] { return condition(Window(title)); }, 20000);
 }
 
-bool SwaySession::WaitForLit(const QRect& area, int min) const {
-  return WaitFor([&] { return LitPixels(Screenshot().copy(area)) > min; });
-}
-
 void SwaySession::StartLumox(const std::vector<std::string>& args) {
   std::vector<std::string> argv = env_;
   argv.insert(argv.end(), {"XDG_DATA_HOME=" + dir_ + "/data", lumox_copy_});
   argv.insert(argv.end(), args.begin(), args.end());
-  status_ = -1;
-  lumox_ = StartHelper(argv, -1, dir_ + "/stderr");
-}
-
-bool SwaySession::Running() {
-  if (lumox_ > 0 && waitpid(lumox_, &status_, WNOHANG) == lumox_) lumox_ = -1;
-  return lumox_ > 0;
-}
-
-bool SwaySession::WaitForExit(int ms) {
-  if (!WaitFor([this] { return !Running(); }, ms)) return false;
-  status_ = WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_);
-  return true;
-}
-
-void SwaySession::Signal(int signal) const {
-  if (lumox_ > 0) kill(lumox_, signal);
-}
-
-std::string SwaySession::Stderr() const { return ReadFile(dir_ + "/stderr"); }
-
-long SwaySession::CpuTicks() const {
-  std::istringstream stat(ReadFile("/proc/" + std::to_string(lumox_) + "/stat"));
-  std::string field;
-  long utime = 0, stime = 0;
-  for (int i = 1; i <= 15 && stat >> field; ++i) {
-    if (i == 14) utime = std::stol(field);
-    if (i == 15) stime = std::stol(field);
-  }
-  return utime + stime;
+  Run(argv);
 }
 
 bool SwaySession::OpenTerminal(bool full_screen) const {

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "e2e/x_session.h"
+
 namespace lumox::e2e {
 
 // A window in sway's tree: its client area on the output, and how sway has it.
@@ -19,7 +21,7 @@ struct SwayWindow {
   bool urgent = false;  // asked for the focus and not given it
 };
 
-class SwaySession {
+class SwaySession : public Desktop {
  public:
   // `sway_config` goes after the first output's size; `lumox_args` after the program's name.
   // Without `start`, the test starts lumox itself.
@@ -30,23 +32,14 @@ class SwaySession {
   SwaySession& operator=(const SwaySession&) = delete;
 
   // Runs a shell command as the session's user, against this compositor; gives its standard output.
-  std::string Shell(const std::string& command) const;
+  std::string Shell(const std::string& command) const override;
   void Keys(const std::string& args) const { Shell("wtype " + args); }
-  // The whole layout, or one output by name.
-  QImage Screenshot(const std::string& output = "") const;
+  QImage Screenshot(const std::string& output = "") const override;
   std::string Prefs() const;
   SwayWindow Window(const std::string& title) const;
   bool WaitForWindow(const std::string& title, bool (*condition)(const SwayWindow&)) const;
-  bool WaitForLit(const QRect& area, int min) const;
   // Starts lumox (a copy the session's user can run, wherever the build is) with these arguments.
   void StartLumox(const std::vector<std::string>& args);
-  bool Running();
-  bool WaitForExit(int ms = 5000);
-  int ExitStatus() const { return status_; }
-  void Signal(int signal) const;
-  std::string Stderr() const;
-  // lumox's user and system CPU time so far, in clock ticks.
-  long CpuTicks() const;
   // A foot terminal, on the focused output, full screen if asked; gives when sway shows it.
   bool OpenTerminal(bool full_screen) const;
   bool Quit();
@@ -56,8 +49,7 @@ class SwaySession {
   void KillCompositor();
 
  private:
-  pid_t sway_ = -1, keyboard_ = -1, lumox_ = -1;
-  int status_ = -1;
+  pid_t sway_ = -1, keyboard_ = -1;
   std::string dir_, user_env_, lumox_copy_;
   std::vector<std::string> env_;
 };

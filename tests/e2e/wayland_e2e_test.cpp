@@ -4,6 +4,7 @@
 
 #include "e2e/sway_session.h"
 #include "e2e/x_session.h"
+#include "support/defaults_table.h"
 
 namespace lumox::e2e {
 namespace {
@@ -67,7 +68,7 @@ TEST(WaylandE2E, FlightSettingsEscapeAndQuitOnAWaylandCompositor) {
   }
 
   ASSERT_TRUE(lumox.Quit());
-  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n1.28\n19200\n");
+  EXPECT_EQ(lumox.Prefs(), testing::DefaultsFor(1280)->file);
 }
 
 // With sway's own default the settings window opened over the full-screen flight is not given the
@@ -98,7 +99,7 @@ TEST(WaylandE2E, ScreenPutsTheFullScreenFlightOnThatOutput) {
   lumox.Shell("swaymsg \"[title=Lumox] focus\" >/dev/null");
   ASSERT_TRUE(lumox.WaitForWindow("Lumox", FullScreenAndFocused));
   ASSERT_TRUE(lumox.Quit());
-  EXPECT_EQ(lumox.Prefs(), "35\n0.0035\n170\n1.024\n15360\n");
+  EXPECT_EQ(lumox.Prefs(), testing::DefaultsFor(1024)->file);
 }
 
 }  // namespace

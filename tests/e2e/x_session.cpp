@@ -111,11 +111,50 @@ void Session::StartLumox(const std::vector<std::string>& args, const std::vector
   lumox.insert(lumox.end(), env.begin(), env.end());
   lumox.push_back(LUMOX_EXE);
   lumox.insert(lumox.end(), args.begin(), args.end());
-  lumox_ = StartHelper(lumox, -1, stderr_);
+  Run(lumox);
+}
+
+void Desktop::Run(const std::vector<std::string>& argv) {
+  status_ = -1;
+  lumox_ = StartHelper(argv, -1, stderr_);
+}
+
+void Desktop::Stop() {
+  if (Running()) StopHelper(lumox_);
+}
+
+bool Desktop::Running() {
+  int status = 0;
+  if (lumox_ > 0 && waitpid(lumox_, &status, WNOHANG) == lumox_) {
+    lumox_ = -1;
+    status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+  return lumox_ > 0;
+}
+
+bool Desktop::WaitForExit(int ms) {
+  return WaitFor([this] { return !Running(); }, ms);
+}
+
+void Desktop::Signal(int signal) const {
+  if (lumox_ > 0) kill(lumox_, signal);
+}
+
+long Desktop::CpuTicks() const {
+  std::istringstream stat(ReadFile("/proc/" + std::to_string(lumox_) + "/stat"));
+  std::string field;
+  long ticks = 0;
+  for (int i = 1; i <= 15 && stat >> field; ++i)
+    if (i >= 14) ticks += std::stol(field);
+  return ticks;
+}
+
+bool Desktop::WaitForLit(const QRect& area, int min, int ms) const {
+  return WaitFor([&] { return LitPixels(Screenshot().copy(area)) > min; }, ms);
 }
 
 Session::~Session() {
-  if (Running()) StopHelper(lumox_);
+  Stop();
   StopHelper(wm_);
   StopHelper(xvfb_);
   close(inotify_);
@@ -138,7 +177,7 @@ std::string RunCommand(const std::string& command) {
 
 std::string Session::Shell(const std::string& command) const { return RunCommand("DISPLAY=" + display_ + " " + command); }
 
-QImage Session::Screenshot() const {
+QImage Session::Screenshot(const std::string&) const {
   const std::string path = std::filesystem::temp_directory_path() / ("lumox-shot-" + std::to_string(getpid()) + ".png");
   Shell(std::string(LUMOX_GRAB) + " " + path + " 2>/dev/null");
   QImage image(QString::fromStdString(path));
@@ -167,20 +206,6 @@ void Session::KillXServer() {
   kill(xvfb_, SIGKILL);
   waitpid(xvfb_, nullptr, 0);
   xvfb_ = -1;
-}
-
-bool Session::Running() {
-  if (lumox_ > 0 && waitpid(lumox_, &status_, WNOHANG) == lumox_) lumox_ = -1;
-  return lumox_ > 0;
-}
-
-void Session::Signal(int signal) {
-  if (lumox_ > 0) kill(lumox_, signal);
-}
-
-bool Session::WaitForExit(int ms) {
-  for (int waited = 0; waited < ms && Running(); waited += 20) SleepMs(20);
-  return !Running();
 }
 
 bool Session::Quit() {
@@ -240,9 +265,6 @@ bool Session::Iconic(const std::string& window) const {
   return state.find("Iconic") != std::string::npos || state.find("_NET_WM_STATE_HIDDEN") != std::string::npos;
 }
 
-bool Session::WaitForLit(const QRect& area, int min, int ms) const {
-  return WaitFor([&] { return LitPixels(Screenshot().copy(area)) > min; }, ms);
-}
 
 bool WaitFor(const std::function<bool()>& done, int ms) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);

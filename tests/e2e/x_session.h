@@ -40,9 +40,43 @@ struct SessionOptions {
 
 std::string ReadFile(const std::string& path);  // "" if there is none
 
+// What every desktop the tests run on gives them: a display server of their own, a way to run
+// commands and take screenshots there, and lumox run on it as one process with its standard error
+// kept in a file.
+class Desktop {
+ public:
+  virtual ~Desktop() = default;
+  // Runs a shell command against this display; gives its standard output.
+  virtual std::string Shell(const std::string& command) const = 0;
+  // The whole screen, or one output by name (where the desktop names them).
+  virtual QImage Screenshot(const std::string& output = "") const = 0;
+  // The screen has more than `min` lit pixels in `area`.
+  bool WaitForLit(const QRect& area, int min, int ms = 10000) const;
+
+  bool Running();
+  // Waits for lumox to end; gives false if it is still running after `ms`.
+  bool WaitForExit(int ms = 5000);
+  // lumox's exit status, or 128 and the signal that ended it; -1 before it ended.
+  int ExitStatus() const { return status_; }
+  void Signal(int signal) const;
+  // What lumox has written to its standard error so far.
+  std::string Stderr() const { return ReadFile(stderr_); }
+  // lumox's user and system CPU time so far, in clock ticks.
+  long CpuTicks() const;
+
+ protected:
+  void Run(const std::vector<std::string>& argv);
+  void Stop();
+  std::string stderr_;
+
+ private:
+  pid_t lumox_ = -1;
+  int status_ = -1;
+};
+
 // One run: a private screen managed by a real window manager, a fresh data folder (holding
 // LumoxPrefs with `prefs` if given) and lumox started on them with XDG_DATA_HOME set to it.
-class Session {
+class Session : public Desktop {
  public:
   explicit Session(const SessionOptions& options);
   Session(int width, int height, const char* prefs = nullptr) : Session(SessionOptions{width, height, prefs}) {}
@@ -50,11 +84,10 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // Runs a shell command against this display; gives its standard output.
-  std::string Shell(const std::string& command) const;
+  std::string Shell(const std::string& command) const override;
   // xdotool with the given arguments, e.g. Xdo("key Escape").
   std::string Xdo(const std::string& args) const { return Shell("xdotool " + args + " 2>/dev/null"); }
-  QImage Screenshot() const;
+  QImage Screenshot(const std::string& output = "") const override;
   std::string File(const std::string& name) const { return data_ + "/" + name; }
   std::string Prefs() const { return ReadFile(File("LumoxPrefs")); }  // "" if there is none
   // How many times LumoxPrefs has been put in place whole (linked in new or renamed over).
@@ -62,11 +95,6 @@ class Session {
 
   // Starts lumox with these arguments (for a session made with start_lumox false).
   void StartLumox(const std::vector<std::string>& args, const std::vector<std::string>& env = {});
-  bool Running();
-  void Signal(int signal);
-  // Waits for lumox to end; gives false if it is still running after `ms`.
-  bool WaitForExit(int ms = 5000);
-  int ExitStatus() const { return status_; }
   // Ctrl+Q, then WaitForExit.
   bool Quit();
   // The X window id of the mapped top-level window with this exact title, or "" if none within `ms`.
@@ -82,18 +110,14 @@ class Session {
   bool WaitForActive(const std::string& window, int ms = 10000) const;
   // Whether the window manager has the window iconic (WM_STATE Iconic or _NET_WM_STATE_HIDDEN).
   bool Iconic(const std::string& window) const;
-  // The screen has more than `min` lit pixels in `area`.
-  bool WaitForLit(const QRect& area, int min, int ms = 10000) const;
-  // What lumox has written to its standard error so far.
-  std::string Stderr() const { return ReadFile(stderr_); }
   // Kills the X server under lumox, as a crash or the end of the session does.
   void KillXServer();
   const std::string& Display() const { return display_; }
 
  private:
-  pid_t xvfb_ = -1, wm_ = -1, lumox_ = -1;
-  int status_ = -1, inotify_ = -1, writes_ = 0;
-  std::string display_, data_, stderr_;
+  pid_t xvfb_ = -1, wm_ = -1;
+  int inotify_ = -1, writes_ = 0;
+  std::string display_, data_;
 };
 
 void SleepMs(int ms);
