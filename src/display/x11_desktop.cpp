@@ -18,8 +18,8 @@ namespace {
 // and above every window. Every key, button and move is the host's to judge.
 class SaverFlight : public Flight, public QObject {
  public:
-  SaverFlight(QScreen* screen, X11DesktopHost* host, const std::function<Settings(int)>& starting, bool grab)
-      : host_(host), grab_(grab), surface_([this] { Event_Paint(); }) {
+  SaverFlight(QScreen* screen, X11DesktopHost* host, const std::function<Settings(int)>& starting)
+      : host_(host), surface_([this] { Event_Paint(); }) {
     SetTarget(&surface_);
     surface_.setFlag(Qt::WindowTransparentForInput, false);
     surface_.setFlags(Qt::Window | Qt::X11BypassWindowManagerHint | Qt::FramelessWindowHint |
@@ -31,7 +31,6 @@ class SaverFlight : public Flight, public QObject {
     surface_.show();
     surface_.raise();
     TakeOff(starting(screen->geometry().width()));
-    if (grab_) TakeInput();
   }
   ~SaverFlight() override { Timer1()->stop(); }
 
@@ -49,7 +48,6 @@ class SaverFlight : public Flight, public QObject {
     }
   }
 
- private:
   // The grabs succeed once the window is viewable and no other program holds them; until then
   // they are asked for again.
   void TakeInput() {
@@ -58,8 +56,8 @@ class SaverFlight : public Flight, public QObject {
     if (!keyboard || !pointer) QTimer::singleShot(50, this, [this] { TakeInput(); });
   }
 
+ private:
   X11DesktopHost* host_;
-  bool grab_;
   OpenGLSurface surface_;
 };
 
@@ -112,13 +110,18 @@ void X11DesktopHost::Carry(const std::vector<OutputChange>& changes) {
   for (const auto& [id, screen] : screens_) {
     if (!screen || !plan_.Flying(id) || flights_.count(id)) continue;
     if (options_.role == DesktopRole::kSaver) {
-      flights_[id] = std::make_unique<SaverFlight>(screen, this, options_.starting, flights_.empty());
+      flights_[id] = std::make_unique<SaverFlight>(screen, this, options_.starting);
       continue;
     }
     // The root window's part that the monitor shows, in the root's logical pixels.
     auto flight = std::make_unique<EmbeddedFlight>(
         X11VirtualRoot(), options_.starting, [] {}, true, screen->geometry());
     if (flight->Open()) flights_[id] = std::move(flight);
+  }
+  // One saver window holds the keyboard and the pointer; when its monitor goes, the next takes them.
+  if (options_.role == DesktopRole::kSaver && !flights_.count(grabbing_) && !flights_.empty()) {
+    grabbing_ = flights_.begin()->first;
+    static_cast<SaverFlight*>(flights_.begin()->second.get())->TakeInput();
   }
 }
 

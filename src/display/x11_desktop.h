@@ -40,6 +40,7 @@ class X11DesktopHost : public QObject {
   std::map<uint32_t, QPointer<QScreen>> screens_;
   std::map<uint32_t, std::unique_ptr<Flight>> flights_;
   uint32_t next_id_ = 1;
+  uint32_t grabbing_ = 0;  // the monitor whose saver window holds the keyboard and the pointer
   bool ended_once_ = false;
 };
 
