@@ -39,8 +39,16 @@ bool StandsStill(const SwaySession& sway, const std::string& output) {
 constexpr char kTwoOutputs[] = "output HEADLESS-2 resolution 800x600 position 1024 0";
 
 TEST(DesktopModesE2E, TheWallpaperFliesOnEveryOutputBehindWindowsCostsNothingCoveredAndFollowsNewOutputs) {
-  SwaySession sway(1024, 768, kTwoOutputs, {"--wallpaper"}, 2);
+  SwaySession sway(1024, 768, kTwoOutputs, {"--wallpaper", "--fps"}, 2);
   ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1") && Flying(sway, "HEADLESS-2"); }, 20000));
+  // Each output carries its readout in its lower left corner.
+  for (const char* output : {"HEADLESS-1", "HEADLESS-2"}) {
+    const QImage shot = sway.Screenshot(output);
+    EXPECT_TRUE(WaitFor([&] {
+      const Green green = GreenPixels(sway.Screenshot(output));
+      return green.count > 50 && green.bounds.left() < 40 && green.bounds.bottom() > shot.height() - 40;
+    })) << output;
+  }
   // Each output's flight is its own: their fields differ where they overlap in size.
   const QRect common(0, 0, 800, 600);
   EXPECT_GT(DifferentPixels(sway.Screenshot("HEADLESS-1").copy(common), sway.Screenshot("HEADLESS-2").copy(common)), 500);
