@@ -43,6 +43,7 @@ TEST(OutputPlan, OneWantedOutputAloneFliesAndARenameFollowsIt) {
   EXPECT_EQ(plan.Described(2, "DP-9"), (std::vector<C>{{C::kLand, 2}}));
   EXPECT_EQ(plan.Described(1, "DP-2"), (std::vector<C>{{C::kFly, 1}}));
   EXPECT_EQ(NoSuchOutput("X", plan.Names()), "No output 'X'; the outputs are DP-2, DP-9.");
+  EXPECT_EQ(plan.Removed(2), std::vector<C>{});  // it had no flight to land
   EXPECT_EQ(NoSuchOutput("X", {}), "No output 'X'; the outputs are none.");
 }
 

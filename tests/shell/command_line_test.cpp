@@ -98,6 +98,7 @@ TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
       {{"--stars", "100"}, "'--stars' goes with '--root', '--window-id', '--wallpaper' or '--saver' only."},
       {{"--wallpaper", "--layer", "desktop"}, "'--layer' is background, bottom, top or overlay, not 'desktop'."},
       {{"--saver", "--layer", "top"}, "'--layer' goes with '--wallpaper' only."},
+      {{"--layer", "top"}, "'--layer' goes with '--wallpaper' only."},
       {{"--root", "--output", "HDMI-A-1"}, "'--output' goes with '--wallpaper' or '--saver' only."},
       {{"--saver", "--output="}, "The output may not be empty."},
       {{"--root", "--speed", "fast"}, "'--speed' needs a number, not 'fast'."},
