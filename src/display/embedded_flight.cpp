@@ -11,12 +11,20 @@ EmbeddedFlight::EmbeddedFlight(uint32_t window, StartingSettings starting, std::
       starting_(std::move(starting)),
       ended_(std::move(ended)),
       desktop_(desktop),
-      surface_(std::make_unique<OpenGLSurface>([this] { Event_Paint(); })) {
+      surface_(std::make_unique<OpenGLSurface>([this] { Event_Paint(); },
+                                               [this] { return X11WindowSize(window_).has_value(); })) {
   SetTarget(surface_.get());
 }
 
 EmbeddedFlight::~EmbeddedFlight() {
   Timer1()->stop();
+  // With the host window its drawable is gone too, and Mesa's software renderer may crash
+  // flushing to it as the context goes: the surface (and the host that would delete it as its
+  // child) are left to the end of the process then.
+  if (!X11WindowSize(window_)) {
+    (void)surface_.release();
+    (void)host_.release();
+  }
   surface_.reset();  // before the host it is a child of
 }
 

@@ -20,8 +20,8 @@ QSurfaceFormat SurfaceFormat() {
 }
 }  // namespace
 
-OpenGLSurface::OpenGLSurface(std::function<void()> exposed, QWindow* parent)
-    : QWindow(parent), exposed_(std::move(exposed)) {
+OpenGLSurface::OpenGLSurface(std::function<void()> exposed, std::function<bool()> alive)
+    : exposed_(std::move(exposed)), alive_(std::move(alive)) {
   setSurfaceType(QSurface::OpenGLSurface);
   // Keys and the mouse belong to the window that holds the surface.
   setFlag(Qt::WindowTransparentForInput);
@@ -31,6 +31,7 @@ OpenGLSurface::OpenGLSurface(std::function<void()> exposed, QWindow* parent)
 }
 
 bool OpenGLSurface::MakeCurrent() {
+  if (alive_ && !alive_()) return false;
   if (!handle()) create();
   return context_.makeCurrent(this);
 }
@@ -39,7 +40,7 @@ int OpenGLSurface::DeviceWidth() const { return static_cast<int>(width() * devic
 int OpenGLSurface::DeviceHeight() const { return static_cast<int>(height() * devicePixelRatio()); }
 
 void OpenGLSurface::Swap() {
-  if (isExposed()) context_.swapBuffers(this);
+  if (isExposed() && (!alive_ || alive_())) context_.swapBuffers(this);
 }
 
 void OpenGLSurface::exposeEvent(QExposeEvent*) {

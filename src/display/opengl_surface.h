@@ -14,8 +14,10 @@ namespace lumox {
 class OpenGLSurface : public QWindow, public DrawTarget {
   Q_OBJECT
  public:
-  // `exposed` runs each time the window comes on screen or needs its picture again.
-  explicit OpenGLSurface(std::function<void()> exposed, QWindow* parent = nullptr);
+  // `exposed` runs each time the window comes on screen or needs its picture again. `alive`, if
+  // given, is asked before each use of the window: one that lives in another program's window can
+  // be destroyed with it at any moment, and Mesa's software renderer crashes drawing to it then.
+  explicit OpenGLSurface(std::function<void()> exposed, std::function<bool()> alive = {});
 
   bool MakeCurrent() override;
   int DeviceWidth() const override;
@@ -29,6 +31,7 @@ class OpenGLSurface : public QWindow, public DrawTarget {
  private:
   QOpenGLContext context_;
   std::function<void()> exposed_;
+  std::function<bool()> alive_;
 };
 
 }  // namespace lumox

@@ -79,7 +79,9 @@ SwaySession::~SwaySession() {
 }
 
 std::string SwaySession::Shell(const std::string& command) const {
-  return RunCommand(user_env_ + "sh -c '" + command + " 2>/dev/null'");
+  // From the session's folder: the test's own may be one the user can't enter, and foot won't
+  // start where it can't stand.
+  return RunCommand("cd '" + dir_ + "' && " + user_env_ + "sh -c '" + command + " 2>/dev/null'");
 }
 
 QImage SwaySession::Screenshot(const std::string& output) const {
