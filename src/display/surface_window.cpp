@@ -4,6 +4,7 @@
 #include <QCloseEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QLayout>
 #include <QMenuBar>
 #include <QProxyStyle>
 #include <QScreen>
@@ -18,19 +19,23 @@ namespace {
 SurfaceWindow* g_instance = nullptr;
 DisplayWiring g_wiring;
 
-// Asks once for the keyboard focus for a window as soon as it is exposed, then goes.
-class ActivateWhenExposed : public QObject {
+// Runs `action` once, as soon as the window is exposed, then goes.
+class WhenExposed : public QObject {
  public:
-  explicit ActivateWhenExposed(QWindow* window) : QObject(window) {}
+  WhenExposed(QWindow* window, std::function<void()> action) : QObject(window), action_(std::move(action)) {
+    window->installEventFilter(this);
+  }
   bool eventFilter(QObject* watched, QEvent* event) override {
-    auto* window = static_cast<QWindow*>(watched);
-    if (event->type() == QEvent::Expose && window->isExposed()) {
-      window->requestActivate();
-      window->removeEventFilter(this);
+    if (event->type() == QEvent::Expose && static_cast<QWindow*>(watched)->isExposed()) {
+      watched->removeEventFilter(this);
       deleteLater();
+      action_();
     }
     return false;
   }
+
+ private:
+  std::function<void()> action_;
 };
 
 class NoAltMenuStyle : public QProxyStyle {
@@ -140,7 +145,8 @@ void SurfaceWindow::ShowAbove(QWidget* window) {
   if (OnWayland() && !window->isVisible()) {
     window->winId();
     window->windowHandle()->setTransientParent(windowHandle());
-    window->windowHandle()->installEventFilter(new ActivateWhenExposed(window->windowHandle()));
+    QWindow* handle = window->windowHandle();
+    new WhenExposed(handle, [handle] { handle->requestActivate(); });
   }
   window->show();
 }
@@ -167,6 +173,15 @@ void SurfaceWindow::LeaveFullScreen() {
     setWindowState(Qt::WindowNoState);
     setFixedSize(EscapedGeometry().size());
     show();
+    // The window's new Wayland surface holds no GL surface until the container shows it anew,
+    // once that surface is on screen and laid out; the GL surface's place takes effect as the
+    // window draws itself again.
+    new WhenExposed(windowHandle(), [this] {
+      layout()->activate();
+      centralWidget()->hide();
+      centralWidget()->show();
+      update();
+    });
     fixed_for_map_ = true;
     RequestActivation();
     return;

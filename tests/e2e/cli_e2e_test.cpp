@@ -8,14 +8,11 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "e2e/x_session.h"
-#include "support/defaults_table.h"
+#include "e2e/desktop.h"
 
 namespace lumox::e2e {
 namespace {
 
-const Monitor kLeft{"LEFT", QRect(0, 0, 1280, 800)};
-const Monitor kRight{"RIGHT", QRect(1280, 0, 1024, 768)};
 const char kHint[] = "Try 'lumox --help' for more information.\n";
 
 // Counts the windows that come up on the display from the moment it is made: each one the window
@@ -64,7 +61,7 @@ Outcome RunLumox(const Session& session, const std::string& args, const std::str
 }
 
 TEST(CliE2E, HelpVersionAndBadArgumentsAnswerOnTheTerminalAndOpenNoWindow) {
-  Session lumox({.width = 2304, .height = 800, .monitors = {kLeft, kRight}, .start_lumox = false});
+  Session lumox({.outputs = {{1280, 800}, {1024, 768}}, .start_lumox = false});
   WindowWatch watch(lumox.Display());
 
   // Help and version need no display at all.
@@ -78,16 +75,14 @@ TEST(CliE2E, HelpVersionAndBadArgumentsAnswerOnTheTerminalAndOpenNoWindow) {
   EXPECT_EQ(version.err, "");
 
   // Qt takes its own options (here -display) out before the program reads the rest; the
-  // screens are known only once Qt has them. Every other message is CommandLine's.
+  // screens are known only once Qt has them. The command line's own messages are its unit test's.
   const struct {
     std::string args, error;
   } bad[] = {
       {"--bogus", "Unknown option 'bogus'."},
       {"-display " + lumox.Display() + " --go --bogus", "Unknown option 'bogus'."},
-      {"--go --screen 2", "No screen '2'; the screens are 0 (LEFT), 1 (RIGHT)."},
-      {"--saver --output DP-1", "No output 'DP-1'; the outputs are LEFT, RIGHT."},
-      {"--wallpaper --saver", "Only one of '--root', '--window-id', '--wallpaper' and '--saver' at a time."},
-      {"--wallpaper --layer desktop", "'--layer' is background, bottom, top or overlay, not 'desktop'."},
+      {"--go --screen 2", "No screen '2'; the screens are 0 (OUT-1), 1 (OUT-2)."},
+      {"--saver --output DP-1", "No output 'DP-1'; the outputs are OUT-1, OUT-2."},
   };
   for (const auto& [args, error] : bad) {
     const Outcome outcome = RunLumox(lumox, args);
@@ -113,7 +108,7 @@ TEST(CliE2E, HelpVersionAndBadArgumentsAnswerOnTheTerminalAndOpenNoWindow) {
 // A display that is named but gone (a stale DISPLAY after ssh, a Wayland socket of a dead
 // session) gets one line naming it and status 1; a bad option is told before any display.
 TEST(CliE2E, ADisplayThatDoesNotAnswerIsNamedInOneLineAfterABadOption) {
-  Session lumox({.width = 1024, .height = 768, .start_lumox = false});
+  Session lumox({.outputs = {{1024, 768}}, .start_lumox = false});
   int n = 4093;
   while (n > 4000 && std::filesystem::exists("/tmp/.X11-unix/X" + std::to_string(n))) --n;
   const std::string dead_x = std::string(":").append(std::to_string(n)), x = " DISPLAY=" + dead_x, w = " WAYLAND_DISPLAY=lumox-gone";
@@ -146,90 +141,6 @@ TEST(CliE2E, ADisplayThatDoesNotAnswerIsNamedInOneLineAfterABadOption) {
   ASSERT_TRUE(lumox.Quit());
   EXPECT_EQ(lumox.ExitStatus(), 0);
   EXPECT_EQ(lumox.Stderr(), "");
-}
-
-TEST(CliE2E, GoFliesAtOnceInFullScreenWithTheDataFolderAndNoReadout) {
-  Session lumox({.width = 1280, .height = 800, .lumox_args = {"--go"}});
-  const std::string window = lumox.WaitForWindow("Lumox");
-  ASSERT_FALSE(window.empty());
-  const QRect screen(0, 0, 1280, 800);
-  EXPECT_TRUE(lumox.WaitForGeometry(window, screen));
-  EXPECT_TRUE(lumox.WaitForActive(window));
-  EXPECT_TRUE(lumox.WaitForLit(screen, 2000));
-  EXPECT_TRUE(lumox.WaitForWindow("Untitled", 0).empty());
-  EXPECT_TRUE(std::filesystem::is_directory(lumox.File("net.tallowby.Lumox")));
-  EXPECT_EQ(GreenPixels(lumox.Screenshot()).count, 0);
-
-  lumox.Xdo("key Escape");  // the keys reach the flight
-  EXPECT_TRUE(lumox.WaitForGeometry(window, QRect(20, 50, 600, 400)));
-  ASSERT_TRUE(lumox.Quit());
-  EXPECT_EQ(lumox.ExitStatus(), 0);
-  EXPECT_EQ(lumox.Prefs(), testing::DefaultsFor(1280)->file);
-}
-
-// Full screen is left as soon as the window is mapped: each window manager must end in escape's window.
-class CliWindowE2E : public ::testing::TestWithParam<const char*> {};
-
-TEST_P(CliWindowE2E, WindowFliesInTheEscapedWindowWithTheReadoutInItsCorner) {
-  Session lumox({.width = 1280, .height = 800, .wm = GetParam(), .lumox_args = {"--window", "--fps"}});
-  const std::string window = lumox.WaitForWindow("Lumox");
-  ASSERT_FALSE(window.empty());
-  const QRect escaped(20, 50, 600, 400);
-  ASSERT_TRUE(lumox.WaitForGeometry(window, escaped));
-  EXPECT_TRUE(lumox.WaitForActive(window));
-  EXPECT_TRUE(lumox.WaitForWindow("Untitled", 0).empty());
-  EXPECT_TRUE(lumox.WaitForLit(QRect(20, 52, 600, 16), 600 * 16 / 2));  // the menu bar's light strip
-  const QRect field(20, 80, 600, 300);
-  const QImage a = lumox.Screenshot();
-  EXPECT_GT(LitPixels(a.copy(field)), 100);
-  EXPECT_TRUE(WaitFor([&] { return DifferentPixels(a.copy(field), lumox.Screenshot().copy(field)) > 100; }));
-
-  // The readout: pale green in the window's lower left corner, and nowhere else.
-  Green readout;
-  EXPECT_TRUE(WaitFor([&] { return (readout = GreenPixels(lumox.Screenshot())).count > 100; }));
-  EXPECT_TRUE(QRect(escaped.left(), escaped.bottom() - 40, 250, 40).contains(readout.bounds)) << readout.bounds.x() << ","
-                                                                                             << readout.bounds.y();
-
-  // Escape was taken already: the next one only asks for a restore, and the moved window stays.
-  const QRect moved(140, 160, 600, 400);
-  lumox.Xdo("windowmove " + window + " 140 160");
-  ASSERT_TRUE(lumox.WaitForGeometry(window, moved));
-  lumox.Xdo("key Escape key s");
-  ASSERT_FALSE(lumox.WaitForWindow("Settings").empty());
-  EXPECT_EQ(lumox.Geometry(window), moved);
-  ASSERT_TRUE(lumox.Quit());
-  EXPECT_EQ(lumox.Prefs(), testing::DefaultsFor(1280)->file);
-}
-
-INSTANTIATE_TEST_SUITE_P(WindowManagers, CliWindowE2E, ::testing::ValuesIn(kWindowManagers),
-                         [](const auto& info) { return std::string(info.param); });
-
-TEST(CliE2E, ScreenByNameTakesTheStartWindowTheFlightAndRestoreDefaultsToThatMonitor) {
-  Session lumox({.width = 2304,
-                 .height = 800,
-                 .prefs = kOddPrefs,
-                 .lumox_args = {"--screen", "RIGHT"},
-                 .monitors = {kLeft, kRight}});
-  const std::string start = lumox.WaitForWindow("Untitled");
-  ASSERT_FALSE(start.empty());
-  EXPECT_TRUE(WaitFor([&] { return kRight.area.contains(lumox.Geometry(start)); }));
-
-  const std::string window = lumox.Fly(kRight.area);
-  ASSERT_FALSE(window.empty());
-  EXPECT_EQ(LitPixels(lumox.Screenshot().copy(kLeft.area)), 0);
-
-  lumox.Xdo("key Escape");  // the window stays on its monitor
-  EXPECT_TRUE(lumox.WaitForGeometry(window, QRect(1300, 50, 600, 400)));
-
-  // Restore Defaults takes the width of the flight's monitor, not of the primary one.
-  lumox.Xdo("key s");
-  const std::string prefs = lumox.WaitForWindow("Settings");
-  ASSERT_FALSE(prefs.empty());
-  ASSERT_TRUE(lumox.WaitForActive(prefs));
-  lumox.Xdo(MouseTo(lumox.Geometry(prefs).topLeft() + QPoint(85, 191)) + " click 1 key Return");
-  EXPECT_TRUE(WaitFor([&] { return lumox.Xdo("search --onlyvisible --name '^Settings$'").empty(); }));
-  ASSERT_TRUE(lumox.Quit());
-  EXPECT_EQ(lumox.Prefs(), testing::DefaultsFor(1024)->file);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@
 #include <QXmlStreamReader>
 #include <map>
 
-#include "e2e/x_session.h"
+#include "e2e/desktop.h"
 
 namespace lumox::e2e {
 namespace {
@@ -46,7 +46,7 @@ std::string ChildSize(const Session& session, const std::string& host) {
 }
 
 TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt) {
-  Session session({.width = 1280, .height = 800, .start_lumox = false});
+  Session session({.outputs = {{1280, 800}}, .start_lumox = false});
 
   // The host named on the command line (decimal, hex), by XSCREENSAVER_WINDOW, or as the virtual root.
   enum class Named { kDecimal, kHex, kEnvironment, kVirtualRoot };
@@ -110,7 +110,7 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
 
 TEST(DisplayModeE2E, TwoRunSideBySideFromTheSettingsFileWhichStaysUntouched) {
   const char kSparse[] = "35\n0.0035\n170\n1.44\n100\n";  // 100 stars
-  Session session({.width = 1280, .height = 800, .prefs = kSparse, .start_lumox = false});
+  Session session({.outputs = {{1280, 800}}, .prefs = kSparse, .start_lumox = false});
   const QRect left = kHost, right = kHost.translated(500, 0);
   const std::string a = Hold(session, left), b = Hold(session, right);
   session.StartLumox({"--window-id", a});
@@ -137,7 +137,7 @@ TEST(DisplayModeE2E, TwoRunSideBySideFromTheSettingsFileWhichStaysUntouched) {
 }
 
 TEST(DisplayModeE2E, TheRootFlightFollowsTheScreenThroughRandR) {
-  Session session({.width = 1280, .height = 800, .start_lumox = false});
+  Session session({.outputs = {{1280, 800}}, .start_lumox = false});
   session.StartLumox({"-root"});
   EXPECT_TRUE(session.WaitForLit(QRect(0, 0, 1280, 800), 500, 30000));
   EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-root") == "1280x800\n"; }));

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "e2e/x_session.h"
+#include "e2e/desktop.h"
 
 namespace lumox::e2e {
 namespace {
@@ -17,8 +17,7 @@ namespace {
 // dbusmock template `mock` in this folder offers, or no service at all when `mock` is empty.
 class MockBus {
  public:
-  MockBus(const std::string& mock, const std::string& name) : dir_(std::filesystem::temp_directory_path() / "lumox-bus-XXXXXX") {
-    if (!mkdtemp(dir_.data())) throw std::runtime_error("mkdtemp");
+  MockBus(const std::string& mock, const std::string& name) : dir_(MakeTempFolder("lumox-bus")) {
     std::vector<std::string> argv{"dbus-run-session", "--", "sh", "-c",
                                   "echo \"$DBUS_SESSION_BUS_ADDRESS\" > " + dir_ + "/a && mv " + dir_ + "/a " + dir_ +
                                       "/address && exec \"$@\"",
@@ -84,8 +83,8 @@ TEST(InhibitE2E, TheScreenSaverServiceElseThePortalIsHeldWhileTheFlightIsShown) 
     SCOPED_TRACE(c.mock ? c.mock : "no bus");
     MockBus bus(c.mock ? c.mock : "", c.name);
     const std::string address = c.mock ? bus.Env() : "DBUS_SESSION_BUS_ADDRESS=unix:path=" + bus.Dir() + "/no-bus";
-    Session lumox({.width = 1024, .height = 768, .env = {address, "XDG_RUNTIME_DIR=" + bus.Dir()}});
-    ASSERT_FALSE(lumox.WaitForWindow("Untitled").empty());
+    Session lumox({.outputs = {{1024, 768}}, .env = {address, "XDG_RUNTIME_DIR=" + bus.Dir()}});
+    ASSERT_TRUE(lumox.WaitForWindow("Untitled", Shown));
     EXPECT_TRUE(bus.Calls(0, 0).empty());  // the start window holds nothing
     const std::string window = lumox.Fly();
     ASSERT_FALSE(window.empty());

@@ -1,7 +1,7 @@
 // The settings window driven with real keys and clicks on a private X server.
 #include <gtest/gtest.h>
 
-#include "e2e/x_session.h"
+#include "e2e/desktop.h"
 #include "support/defaults_table.h"
 
 namespace lumox::e2e {
@@ -24,15 +24,13 @@ int Slider2Handle(const QImage& shot) {
 
 // A screen wider than the star array allows for, and a settings file already there.
 TEST(PrefsE2E, SlidersActAtOnceRestoreDefaultsHoldsTheCountAndOkRewritesTheFile) {
-  Session lumox(3840, 1080, kOddPrefs);
+  Session lumox({.outputs = {{3840, 1080}}, .prefs = kOddPrefs});
   ASSERT_FALSE(lumox.Fly().empty());
   lumox.Xdo("key s");
-  const std::string prefs = lumox.WaitForWindow("Settings");
-  ASSERT_FALSE(prefs.empty());
-  ASSERT_TRUE(lumox.WaitForActive(prefs));
+  ASSERT_TRUE(lumox.WaitForWindow("Settings", Focused));
   // Drawn, with the pointer free to use it: the grey of its client area is on the screen.
   ASSERT_TRUE(WaitFor([&] { return lumox.Screenshot().pixel(kClient + QPoint(5, 5)) == kGrey; }));
-  EXPECT_EQ(lumox.Geometry(prefs), QRect(kClient, QSize(411, 214)));
+  EXPECT_EQ(lumox.Window("Settings").geometry, QRect(kClient, QSize(411, 214)));
   const QImage shot = lumox.Screenshot();
   // Client-area points clear of every control are the window's grey.
   for (const QPoint p : {QPoint(5, 5), QPoint(405, 208), QPoint(60, 170), QPoint(270, 177)})
@@ -53,7 +51,7 @@ TEST(PrefsE2E, SlidersActAtOnceRestoreDefaultsHoldsTheCountAndOkRewritesTheFile)
   lumox.Xdo(MouseTo(kClient + QPoint(85, 191)) + " click 1");
   EXPECT_TRUE(lumox.WaitForLit(field, before / 2));
   lumox.Xdo("key Return");  // OK, the default button, though the click left Restore Defaults in focus
-  EXPECT_TRUE(WaitFor([&] { return lumox.WaitForWindow("Settings", 0).empty(); }));
+  EXPECT_TRUE(lumox.WaitForWindow("Settings", [](const WindowState& w) { return !w.shown; }));
   ASSERT_TRUE(lumox.Quit());
   EXPECT_EQ(lumox.Prefs(), testing::DefaultsFor(3840)->file);
 }

@@ -12,7 +12,7 @@
 #include <sstream>
 #include <string>
 
-#include "e2e/x_session.h"
+#include "e2e/desktop.h"
 #include "shell/inhibit_plan.h"
 
 namespace lumox::e2e {
@@ -25,8 +25,7 @@ constexpr int kSaverTimeoutMs = 60000;
 // home whose ~/.xscreensaver shows `mode` (no lock, no fading) after one idle minute.
 struct Saver {
   explicit Saver(const Session& x, const std::string& mode = "mode: blank\n")
-      : home((std::filesystem::temp_directory_path() / "lumox-saver-XXXXXX").string()) {
-    if (!mkdtemp(home.data())) throw std::runtime_error("mkdtemp");
+      : home(MakeTempFolder("lumox-saver")) {
     std::ofstream(home + "/.xscreensaver") << "timeout: 0:01:00\nlock: False\nfade: False\nunfade: False\n"
                                               "splash: False\ndpmsEnabled: False\n" << mode;
     // lumox on the daemon's PATH, as the install's link puts it in the saver's own folder; a
@@ -67,9 +66,9 @@ long MsSince(Clock::time_point t) {
 }
 
 TEST(ScreenSaverE2E, XScreenSaverNeverCoversANinetySecondFlightButCoversTheStartWindow) {
-  Session flight(1024, 768), control(1024, 768);
-  ASSERT_FALSE(flight.WaitForWindow("Untitled").empty());
-  ASSERT_FALSE(control.WaitForWindow("Untitled").empty());
+  Session flight({.outputs = {{1024, 768}}}), control({.outputs = {{1024, 768}}});
+  ASSERT_TRUE(flight.WaitForWindow("Untitled", Shown));
+  ASSERT_TRUE(control.WaitForWindow("Untitled", Shown));
   Saver flight_saver(flight), control_saver(control);
   WaitFor([&] { return SaverState(flight) >= 0 && SaverState(control) >= 0; });
   ASSERT_EQ(SaverState(flight), 0);
@@ -106,7 +105,7 @@ TEST(ScreenSaverE2E, XScreenSaverNeverCoversANinetySecondFlightButCoversTheStart
 // The daemon with Lumox as its one display mode, as the README tells a user to set it up.
 // Quick, unlike the test above: not labelled slow.
 TEST(XScreenSaverE2E, ShowsTheFlightAsItsDisplayModeAndEndsIt) {
-  Session x({.width = 1024, .height = 768, .start_lumox = false});
+  Session x({.outputs = {{1024, 768}}, .start_lumox = false});
   Saver saver(x, "mode: one\nselected: 0\nprograms: lumox --root\n");
   ASSERT_TRUE(WaitFor([&] { return SaverState(x) == 0; }));
   const std::string user = geteuid() == 0 ? "lumoxtest" : std::to_string(geteuid());

@@ -1,0 +1,208 @@
+#pragma once
+// End-to-end harness: one Desktop interface over the display servers the tests run on, Xvfb
+// with a named window manager or a headless sway, each with the real lumox as one process on it
+// with a fresh data folder, driven with real keys and looked at through screenshots.
+#include <sys/types.h>
+
+#include <QImage>
+#include <QRect>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/pixels.h"
+
+namespace lumox::e2e {
+
+// A settings file no run would write: negative rotation, CR LF line ends, a line after the five.
+inline constexpr char kOddPrefs[] = "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nsomething after\r\n";
+
+// A top-level window as the window manager or compositor has it.
+struct WindowState {
+  std::string id;
+  bool shown = false, minimised = false, focused = false, full_screen = false;
+  QRect geometry;   // the client area on the screen
+  QRect frame;      // the same with the decorations around it
+  std::string app;  // WM_CLASS's class, or the Wayland app id
+};
+
+struct DesktopOptions {
+  std::string kind = "openbox";             // openbox, xfwm4, metacity (each under Xvfb) or sway
+  std::vector<QSize> outputs = {{1440, 900}};  // side by side, tops aligned; the first is the primary
+  const char* prefs = nullptr;              // LumoxPrefs' text, if there is to be one
+  // Runs on the fresh data folder before lumox starts, e.g. to put a link or a FIFO there.
+  std::function<void(const std::string& folder)> prepare = {};
+  std::vector<std::string> lumox_args = {};  // after the program's name
+  bool start_lumox = true;                   // false: the test runs lumox itself
+  std::vector<std::string> env = {};         // "NAME=value" for lumox, besides the display's
+  std::string sway_config = {};              // more lines for sway's configuration
+};
+
+std::string ReadFile(const std::string& path);  // "" if there is none
+inline bool Shown(const WindowState& w) { return w.shown; }
+inline bool Focused(const WindowState& w) { return w.shown && w.focused; }
+
+class Desktop {
+ public:
+  explicit Desktop(const DesktopOptions& options);
+  virtual ~Desktop();
+  Desktop(const Desktop&) = delete;
+  Desktop& operator=(const Desktop&) = delete;
+
+  // Runs a shell command against this display; gives its standard output.
+  virtual std::string Shell(const std::string& command) const = 0;
+  // The whole screen, or one output by name.
+  virtual QImage Screenshot(const std::string& output = "") const = 0;
+  // Keys by their X names, one word each in turn: "Escape", "s", "alt", a chord "ctrl+q", and
+  // "down:Left" / "up:Left" to hold a key and let it go.
+  virtual void Keys(const std::string& words) const = 0;
+  // The pointer moved to `p`, and clicked there if asked; false where the desktop has none.
+  virtual bool Pointer(QPoint p, bool click = false) const = 0;
+  // The top-level window with this exact title; the first shown one where there are several.
+  virtual WindowState Window(const std::string& title) const = 0;
+  // Hands the keyboard to the window, as the user's click on it does.
+  virtual void Activate(const std::string& title) const = 0;
+  // Whether escape's window is put where the program asks, and a put-away window minimised;
+  // sway places windows itself and unmaps what is put away.
+  virtual bool PlacesWindows() const = 0;
+  // Moves the window to `to`, as the user's drag does; false where the desktop places them itself.
+  virtual bool Move(const std::string& title, QPoint to) const = 0;
+  // An ordinary window of another program over the whole of the first output; gives when it shows.
+  virtual bool OpenWindow() const = 0;
+  // Kills the display server under lumox, as a crash or the end of the session does.
+  virtual void KillServer() = 0;
+
+  const std::string& Kind() const { return options_.kind; }
+  std::string OutputName(int index) const;
+  QRect OutputArea(int index) const;
+  // Waits until the window with this title satisfies `condition`; the failure tells how it last was.
+  ::testing::AssertionResult WaitForWindow(const std::string& title, const std::function<bool(const WindowState&)>& condition,
+                     int ms = 20000) const;
+  // Presses GO in the start window and waits for the flight: full screen on the output, focused
+  // and drawn. Gives the flight's window id, or "" (and a failure) if it did not come.
+  std::string Fly(int output = 0);
+  // The screen has more than `min` lit pixels in `area`.
+  bool WaitForLit(const QRect& area, int min, int ms = 10000) const;
+
+  void StartLumox(const std::vector<std::string>& args, const std::vector<std::string>& env = {});
+  bool Running();
+  // Waits for lumox to end; gives false if it is still running after `ms`.
+  bool WaitForExit(int ms = 5000);
+  // lumox's exit status, or 128 and the signal that ended it; -1 before it ended.
+  int ExitStatus() const { return status_; }
+  void Signal(int signal) const;
+  // Ctrl+Q, then WaitForExit.
+  bool Quit();
+  std::string Stderr() const { return ReadFile(stderr_); }
+  // lumox's user and system CPU time so far, in clock ticks.
+  long CpuTicks() const;
+  std::string File(const std::string& name) const { return data_ + "/" + name; }
+  std::string Prefs() const { return ReadFile(File("LumoxPrefs")); }  // "" if there is none
+  // How many times LumoxPrefs has been put in place whole (linked in new or renamed over).
+  int PrefsWrites();
+
+ protected:
+  // Called by the implementations once their server runs: the data folder is filled and lumox
+  // started, from `launch` (the words before its name) and the program at `exe`.
+  void Begin(std::vector<std::string> launch, std::string exe);
+  void StopLumox();
+  DesktopOptions options_;
+  std::string dir_;  // the desktop's own folder; the data folder is in it
+  std::string stderr_, data_;
+
+ private:
+  std::vector<std::string> launch_;
+  std::string exe_;
+  pid_t lumox_ = -1;
+  int status_ = -1, inotify_ = -1, writes_ = 0;
+};
+
+// The desktop of this kind, running.
+std::unique_ptr<Desktop> OpenDesktop(const DesktopOptions& options);
+
+// Xvfb with a window manager, the outputs cut out of one screen as xrandr --setmonitor does.
+class Session : public Desktop {
+ public:
+  explicit Session(const DesktopOptions& options);
+  ~Session() override;
+  std::string Shell(const std::string& command) const override;
+  QImage Screenshot(const std::string& output = "") const override;
+  void Keys(const std::string& words) const override;
+  bool Pointer(QPoint p, bool click = false) const override;
+  WindowState Window(const std::string& title) const override;
+  void Activate(const std::string& title) const override;
+  bool PlacesWindows() const override { return true; }
+  bool Move(const std::string& title, QPoint to) const override;
+  bool OpenWindow() const override;
+  void KillServer() override;
+
+  // xdotool with the given arguments, e.g. Xdo("key Escape").
+  std::string Xdo(const std::string& args) const { return Shell("xdotool " + args + " 2>/dev/null"); }
+  QRect Geometry(const std::string& window) const { return State(window).geometry; }  // by id
+  const std::string& Display() const { return display_; }
+
+ private:
+  WindowState State(const std::string& id) const;
+  pid_t xvfb_ = -1, wm_ = -1;
+  std::string display_;
+};
+
+// A headless sway as an unprivileged user (sway refuses root), with one virtual keyboard for the
+// session; lumox runs there from an empty environment, so it can only be a Wayland client.
+class SwaySession : public Desktop {
+ public:
+  explicit SwaySession(const DesktopOptions& options);
+  ~SwaySession() override;
+  std::string Shell(const std::string& command) const override;
+  QImage Screenshot(const std::string& output = "") const override;
+  void Keys(const std::string& words) const override;
+  bool Pointer(QPoint, bool) const override { return false; }  // the headless seat has no pointer
+  WindowState Window(const std::string& title) const override;
+  void Activate(const std::string& title) const override;
+  bool PlacesWindows() const override { return false; }
+  bool Move(const std::string&, QPoint) const override { return false; }
+  bool OpenWindow() const override { return OpenTerminal(true); }
+  void KillServer() override;
+
+  // A foot terminal on the focused output, full screen if asked; gives when sway shows it.
+  bool OpenTerminal(bool full_screen) const;
+  // What a client of this compositor sets: "WAYLAND_DISPLAY=…" and "XDG_RUNTIME_DIR=…".
+  std::vector<std::string> ClientEnv() const;
+
+ private:
+  pid_t sway_ = -1, keyboard_ = -1;
+  std::string user_env_;
+  std::vector<std::string> env_;
+};
+
+void SleepMs(int ms);
+// ASAN_OPTIONS and UBSAN_OPTIONS as "NAME=value" words, where set: a run from an empty
+// environment keeps the sanitized build's settings.
+std::vector<std::string> SanitizerEnv();
+// Runs a shell command; gives its standard output.
+std::string RunCommand(const std::string& command);
+// Polls `done` until it holds or `ms` pass; gives whether it held.
+bool WaitFor(const std::function<bool()>& done, int ms = 10000);
+// A process (a server, a bus, a mocked service, lumox) in its own process group, with no input,
+// its output dropped and its standard error in `stderr_file` if one is named; environment
+// settings go first in `argv`, through env(1). StopHelper ends the group.
+pid_t StartHelper(const std::vector<std::string>& argv, int keep_fd = -1, const std::string& stderr_file = "");
+void StopHelper(pid_t pid);
+// The words that run a command as the unprivileged user lumoxtest when the tests run as root, as
+// sway and XScreenSaver refuse root; the user is made if missing and given `folder`.
+std::vector<std::string> AsTestUser(const std::string& folder);
+// A private folder in the system's temporary one, named after `prefix`.
+std::string MakeTempFolder(const std::string& prefix);
+inline std::string MouseTo(QPoint p) { return "mousemove " + std::to_string(p.x()) + " " + std::to_string(p.y()); }
+using testing::LitPixels, testing::ColourPixels, testing::Green, testing::GreenPixels, testing::Level, testing::ReadoutGreen;
+// Pixels that differ between two images of the same size.
+int DifferentPixels(const QImage& a, const QImage& b);
+// The output (or `area` of the screen) shows a star field: lit pixels on black, and it moves.
+bool Flying(const Desktop& desktop, const std::string& output, QRect area = {});
+// The mean of the pixels' brightest channels over `shots` screenshots of the output.
+double MeanLevel(const Desktop& desktop, const std::string& output, int shots = 6);
+
+}  // namespace lumox::e2e
