@@ -1,10 +1,12 @@
+// The frame as GL calls, a flight of days through Mesa's matrix, and the frames-per-second readout.
 #include "display/frame.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <ctime>
 
 #include "display/fps_overlay.h"
+#include "display/process_cpu.h"
 #include "support/gl_matrix.h"
 #include "support/gl_recorder.h"
 #include "support/scripted_numbers.h"
@@ -12,6 +14,7 @@
 namespace lumox {
 namespace {
 
+using testing::Bits;
 using testing::g_mesa_matrix;
 using testing::GlCall;
 using testing::GlRecorder;
@@ -23,11 +26,7 @@ GlCall Call(const char* name, double a = 0, double b = 0, double c = 0, double d
 }
 
 TEST(Frame, IssuesTheFrameTableInOrder) {
-  StarField field;
-  field.StarMax = 2;
-  field.Speed = 0.25f;
-  field.StarSize = 1.44f;
-  field.CameraZ = -1.0f;
+  StarField field{.StarMax = 2, .CameraZ = -1.0f, .Speed = 0.25f, .StarSize = 1.44f};
   field.Star[1] = {.x = 0.5f, .y = -0.5f, .z = -2.0f, .cred = 0.1f, .cgreen = 0.2f, .cblue = 1.5f};
   field.Star[2] = {.x = -1.0f, .y = 2.0f, .z = -3.5f, .cred = -0.3f, .cgreen = 0.0f, .cblue = 0.7f};
   field.Star[3] = {.x = 9.0f, .y = 9.0f, .z = -1.0f, .cred = 1.0f};  // not live
@@ -47,17 +46,10 @@ TEST(Frame, IssuesTheFrameTableInOrder) {
   };
   EXPECT_EQ(recorder.Calls(), expected);
   EXPECT_EQ(field.CameraZ, -1.25f);
-}
-
-TEST(Frame, AnEmptyFieldStillMovesTheCameraAndAFullOneDrawsAllStars) {
-  StarField field{.Speed = 0.5f};
-  GlRecorder recorder;
+  field.StarMax = 50000;  // every star of the array
+  recorder.Clear();
   Surface_Render(field, recorder.Api());
-  EXPECT_EQ(recorder.Calls().size(), 14u);
-  EXPECT_EQ(field.CameraZ, -0.5f);
-  field.StarMax = 50000;
-  Surface_Render(field, recorder.Api());
-  EXPECT_EQ(recorder.Calls().size(), 14u + 14u + 2u * 50000u);
+  EXPECT_EQ(recorder.Calls().size(), 14u + 2u * 50000u);
 }
 
 // Where GL puts a star in eye space, as it computes it.
@@ -68,50 +60,35 @@ std::array<float, 3> Eye(const MesaMatrix& mm, const StarData& s) {
   return eye;
 }
 
-// The first hour's frames make today's calls only; the first frame after it takes 256 from the
-// depth of the camera, of the matrix and of every star, and each star stays where GL showed it.
-TEST(Frame, TheFirstHourIsFlownAsEverAndTheRebaseAfterItMovesNoStar) {
+// The first frame after the first hour takes 256 from the depth of the camera, of the matrix and
+// of every star, and each star stays where GL would have shown it without.
+TEST(Frame, TheRebaseAfterTheFirstHourMovesNoStar) {
   StarField field{.StarMax = 3};
-  const float angle = static_cast<float>(static_cast<double>(field.Rotn) / -1000.0);
-  float camera = 0.0f;
-  MesaMatrix hour;
-  g_mesa_matrix = {};
-  for (int64_t frame = 1; frame <= kSteadyFrames + 1; ++frame) {  // the calls as they always were
-    hour = g_mesa_matrix;
-    MesaMatrixApi().Translatef(0.0f, 0.0f, field.Speed);
-    MesaMatrixApi().Rotatef(angle, 0.0f, 0.0f, 1.0f);
-    camera = camera - field.Speed;
-  }
-  const MesaMatrix plain = g_mesa_matrix;
   g_mesa_matrix = {};
   for (int64_t frame = 1; frame <= kSteadyFrames; ++frame) Surface_Render(field, MesaMatrixApi());
-  EXPECT_EQ(std::memcmp(g_mesa_matrix.m, hour.m, sizeof hour.m), 0);
-  EXPECT_EQ(testing::Bits(field.CameraZ), testing::Bits(camera + field.Speed));
+  const MesaMatrix hour = g_mesa_matrix;
+  const float camera = field.CameraZ - field.Speed;  // where the next frame takes it
   field.Star[1] = {.x = 0.75f, .y = -2.25f, .z = camera - 0.5f};
   field.Star[2] = {.x = -2.5f, .y = 1.0f, .z = camera - 2.75f};
   field.Star[3] = {.x = 0.1f, .y = 2.4f, .z = camera - 9.9f};
-  const std::vector<StarData> stars = field.Star;
-
-  StarField copy = field;
-  GlRecorder recorder;
-  Surface_Render(copy, recorder.Api());
-  EXPECT_EQ(recorder.Calls()[9], Call("glTranslatef", 0.0, 0.0, -256.0));
-  EXPECT_EQ(recorder.Calls()[10].name, "glRotatef");
+  StarField plain = field;
+  plain.Frames = 0;  // a frame of the first hour: no rebase
+  Surface_Render(plain, MesaMatrixApi());
+  const MesaMatrix unshifted = g_mesa_matrix;
+  g_mesa_matrix = hour;
   Surface_Render(field, MesaMatrixApi());
   EXPECT_EQ(field.CameraZ, camera + 256.0f);
-  EXPECT_EQ(testing::Bits(g_mesa_matrix.m[14]), testing::Bits(-field.CameraZ));
+  EXPECT_EQ(Bits(g_mesa_matrix.m[14]), Bits(-field.CameraZ));
   for (int i = 1; i <= 3; ++i) {
-    EXPECT_EQ(field.Star[i].z, stars[i].z + 256.0f);
-    EXPECT_EQ(Eye(g_mesa_matrix, field.Star[i]), Eye(plain, stars[i])) << i;
+    EXPECT_EQ(field.Star[i].z, plain.Star[i].z + 256.0f);
+    EXPECT_EQ(Eye(g_mesa_matrix, field.Star[i]), Eye(unshifted, plain.Star[i])) << i;
   }
 }
 
 // Thirty days of frames (Rotn 100 turns Mesa's matrix down to a tenth of its scale in that time):
 // the camera still steps by its Speed, the matrix still shadows it and the picture keeps its scale.
 TEST(Frame, AFlightOfThirtyDaysKeepsItsStepAndItsScale) {
-  struct Half {
-    double Number() { return 0.5; }
-  } half;
+  struct { double Number() { return 0.5; } } half;
   StarField field{.StarMax = 4, .Rotn = 100};
   g_mesa_matrix = {};
   const int64_t days30 = 30LL * 24 * 3600 * 1000 / 30;
@@ -128,35 +105,79 @@ TEST(Frame, AFlightOfThirtyDaysKeepsItsStepAndItsScale) {
   }
   EXPECT_GT(least, 0.9f * field.Speed);
   EXPECT_LT(most, 1.1f * field.Speed);
-  EXPECT_EQ(testing::Bits(g_mesa_matrix.m[14]), testing::Bits(-field.CameraZ));
+  EXPECT_EQ(Bits(g_mesa_matrix.m[14]), Bits(-field.CameraZ));
   EXPECT_NEAR(g_mesa_matrix.Scale(0), 1.0, 0.001);
   EXPECT_NEAR(g_mesa_matrix.Scale(1), 1.0, 0.001);
   EXPECT_LT(jump, 2e-4f);  // no frame moves a star 1000 pixels out by more than a fifth of a pixel
 }
 
-// On a HiDPI screen GL sizes points in device pixels: the size sent is StarSize times the
-// window's ratio, under the frames-per-second readout too, and nothing else in the frame changes.
-// At ratio 1 the calls are those above.
-TEST(Frame, PointSizeFollowsTheDevicePixelRatio) {
-  const unsigned char pixels[3 * 2 * 4] = {};
-  auto frame = [&](double ratio, bool readout) {
+// The frames-per-second readout is laid over the finished frame, in state of its own saved and
+// given back; before its first reading there is no picture and the frame is all there is. On a
+// HiDPI screen GL sizes points in device pixels: the size sent is StarSize times the window's
+// ratio, under the readout too, and nothing else in the frame changes.
+TEST(Frame, TheReadoutFollowsTheFrameAndPointsAreSizedInDevicePixels) {
+  const auto calls = [](double ratio, OverlayPicture readout) {
     StarField field{.StarMax = 3, .StarSize = 1.44f};
     GlRecorder recorder;
-    if (readout) RenderWithReadout(field, recorder.Api(), {3, 2, pixels}, recorder.OverlayApi(), ratio);
-    else Surface_Render(field, recorder.Api(), ratio);
+    RenderWithReadout(field, recorder.Api(), readout, recorder.OverlayApi(), ratio);
     return recorder.Calls();
   };
-  for (const bool readout : {false, true}) {
-    const std::vector<GlCall> plain = frame(1.0, readout);
-    EXPECT_EQ(plain[6], Call("glPointSize", 1.44f));
-    for (const auto& [ratio, bits] : {std::pair{2.0, 0x403851ECu}, {1.5, 0x400A3D71u}, {1.25, 0x3FE66667u}}) {
-      std::vector<GlCall> calls = frame(ratio, readout);
-      ASSERT_EQ(calls.size(), plain.size());
-      EXPECT_EQ(testing::Bits(static_cast<float>(calls[6].args[0])), bits) << ratio << " " << readout;
-      calls[6] = plain[6];
-      EXPECT_EQ(calls, plain) << ratio << " " << readout;
-    }
+  StarField field{.StarMax = 3, .StarSize = 1.44f};
+  GlRecorder recorder;
+  Surface_Render(field, recorder.Api());
+  std::vector<GlCall> frame = recorder.Calls(), read = frame;
+  read.insert(read.end(), {Call("glPushAttrib", 0x4001), Call("glEnable", 0x0BE2), Call("glBlendFunc", 1, 0x0303),
+                           Call("glWindowPos2i", 8, 8), Call("glDrawPixels", 3, 2, 0x1908, 0x1401), Call("glPopAttrib")});
+  const unsigned char pixels[3 * 2 * 4] = {};
+  for (const auto& [ratio, bits] : {std::pair{1.0, 0x3FB851ECu}, {2.0, 0x403851ECu}, {1.25, 0x3FE66667u}}) {
+    frame[6] = read[6] = Call("glPointSize", testing::FromBits(bits));
+    EXPECT_EQ(calls(ratio, {}), frame) << ratio;
+    EXPECT_EQ(calls(ratio, {3, 2, pixels}), read) << ratio;
   }
+}
+
+TEST(FpsOverlay, TheMeterReadsFramesAndCpuOncePerSecond) {
+  FpsMeter meter;
+  EXPECT_FALSE(meter.Started());
+  meter.Start(10.0, 2.0);
+  // Frames every 1/32 s: the 32nd ends the second.
+  for (int k = 1; k < 32; ++k) EXPECT_FALSE(meter.Frame(10.0 + k / 32.0)) << k;
+  ASSERT_TRUE(meter.Frame(11.0));
+  FpsReading reading = meter.TakeReading(11.0, 2.5);
+  EXPECT_EQ(std::pair(reading.fps, reading.cpu_percent), std::pair(32.0, 50.0));
+  // The next second starts at the reading: 20 frames in 1.25 s, 1.5 CPU seconds (two busy cores).
+  for (int k = 1; k < 16; ++k) EXPECT_FALSE(meter.Frame(11.0 + k / 16.0)) << k;
+  for (int k = 16; k <= 20; ++k) EXPECT_TRUE(meter.Frame(11.0 + k / 16.0)) << k;
+  reading = meter.TakeReading(12.25, 4.0);
+  EXPECT_EQ(std::pair(reading.fps, reading.cpu_percent), std::pair(16.0, 120.0));
+  // A CPU time that could not be read gives no CPU figure, at the end of a second or at its start.
+  meter.Frame(13.25);
+  EXPECT_LT(meter.TakeReading(13.25, -1.0).cpu_percent, 0.0);
+  meter.Frame(14.25);
+  EXPECT_LT(meter.TakeReading(14.25, 5.0).cpu_percent, 0.0);
+
+  EXPECT_EQ(FpsText({32.0, 50.0}), "32 fps  CPU 50%");
+  EXPECT_EQ(FpsText({29.6, 112.4}), "30 fps  CPU 112%");
+  EXPECT_EQ(FpsText({33.3, -1.0}), "33 fps");
+}
+
+TEST(ProcessCpu, UserAndSystemTicksComeFromFieldsFourteenAndFifteen) {
+  // A command name may hold spaces and parentheses of its own; the last ')' ends it.
+  EXPECT_EQ(ProcStatCpuTicks("1234 (a) b (c)) S 1 2 3 4 5 6 7 8 9 10 250 75 11 12 20 0 3 0 99\n"), 325);
+  EXPECT_EQ(ProcStatCpuTicks("7 (x) R 1 2 3 4 5 6 7 8 9 10 0 0 11"), 0);
+  EXPECT_EQ(ProcStatCpuTicks("7 x R 1 2 3 4 5 6 7 8 9 10 250 75"), -1);  // no name
+  EXPECT_EQ(ProcStatCpuTicks("7 (x) R 1 2 3 4 5 6 7 8 9 10 250"), -1);   // cut short
+  EXPECT_EQ(ProcStatCpuTicks("7 (x) R 1 2 3 4 5 6 7 8 9 10 2x0 75"), -1);
+
+  // This process: the figure follows the CPU time the C library counts, in seconds.
+  const double start = ProcStatCpuSeconds();
+  const std::clock_t clock_start = std::clock();
+  ASSERT_GE(start, 0.0);
+  volatile double sink = 0.0;
+  while (std::clock() - clock_start < CLOCKS_PER_SEC / 2)
+    for (int i = 0; i < 100000; ++i) sink = sink + i;
+  const double spent = double(std::clock() - clock_start) / CLOCKS_PER_SEC;
+  EXPECT_NEAR(ProcStatCpuSeconds() - start, spent, 0.1);
 }
 
 }  // namespace

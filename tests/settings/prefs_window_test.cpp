@@ -13,9 +13,19 @@ namespace {
 
 using testing::Bits;
 using testing::Press;
+using testing::RunUntil;
 
 std::array<int, 5> Sliders(wPrefs* w) {
   return {w->Slider1->value(), w->Slider2->value(), w->Slider3->value(), w->Slider4->value(), w->Slider5->value()};
+}
+
+// The settings window in front, once the display's own request for the focus has been met.
+wPrefs* ActivePrefs() {
+  EXPECT_TRUE(RunUntil([] { return SurfaceWindow::Instance()->isActiveWindow(); }));
+  wPrefs* w = wPrefs::Instance();
+  w->show();
+  EXPECT_TRUE(RunUntil([&] { return w->isActiveWindow(); }));
+  return w;
 }
 
 TEST(PrefsWindow, LaidOutAsDesigned) {
@@ -23,10 +33,8 @@ TEST(PrefsWindow, LaidOutAsDesigned) {
   EXPECT_EQ(w->geometry(), QRect(10, 50, 411, 214));  // as asked of the window manager
   EXPECT_EQ(w->windowTitle(), "Settings");
   EXPECT_EQ(w->minimumSize(), w->maximumSize());
-  const Qt::WindowFlags wanted =
-      Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowMinimizeButtonHint;
-  EXPECT_EQ(w->windowFlags() & wanted, wanted);
-  EXPECT_FALSE(w->windowFlags() & (Qt::WindowCloseButtonHint | Qt::WindowMaximizeButtonHint));
+  const Qt::WindowFlags buttons = Qt::WindowCloseButtonHint | Qt::WindowMaximizeButtonHint | Qt::WindowMinimizeButtonHint;
+  EXPECT_EQ(w->windowFlags() & buttons, Qt::WindowMinimizeButtonHint);
 
   // The words on the window, in the order of creation; the end words are small italics.
   QStringList words;
@@ -58,30 +66,34 @@ TEST(PrefsWindow, LaidOutAsDesigned) {
                                       w->PushButton3, w->PushButton1}));
 }
 
-TEST(PrefsWindow, EachSliderWritesItsFieldAndTouchesNoStar) {
+TEST(PrefsWindow, EachSliderWritesItsFieldTouchingNoStarAndRestoreDefaultsGivesTheScreens) {
+  const testing::ScreenDefaults* row = testing::DefaultsForThisScreen();
+  SKIP_UNLESS_SCREEN_IN_TABLE(row);
   SurfaceWindow* d = SurfaceWindow::Instance();
   d->StarMax = 28800;
   const std::vector<StarData> stars = d->Star;
   wPrefs* w = wPrefs::Instance();
   w->Slider1->setValue(158);
-  EXPECT_EQ(Bits(d->Speed), 0x3C816F00u);  // the single nearest 0.0158
-  EXPECT_EQ(d->Timer2()->Period(), 1);      // 1.82 before truncation
+  EXPECT_EQ(std::pair(Bits(d->Speed), d->Timer2()->Period()), std::pair(0x3C816F00u, int64_t{1}));  // 0.0158; 1.82
   w->Slider1->triggerAction(QAbstractSlider::SliderToMaximum);
   w->Slider2->setValue(21600);
-  EXPECT_EQ(d->StarMax, 21600);
-  EXPECT_EQ(d->Timer2()->Period(), 8);  // 8.64 at the single nearest 0.1
+  EXPECT_EQ(std::pair(d->StarMax, d->Timer2()->Period()), std::pair(int64_t{21600}, int64_t{8}));  // 8.64 at 0.1
   w->Slider2->triggerAction(QAbstractSlider::SliderToMaximum);
   EXPECT_EQ(d->Timer2()->Period(), 20);
   w->Slider3->triggerAction(QAbstractSlider::SliderPageStepSub);
-  EXPECT_EQ(d->ColourSpread, 150);
   w->Slider4->setValue(-2000);
-  EXPECT_EQ(d->Rotn, -2000);
   w->Slider5->setValue(7);
-  EXPECT_EQ(Bits(d->StarSize), 0x3F333333u);  // the single nearest 0.7
-  EXPECT_EQ(d->Timer2()->Period(), 20);       // only the speed and count sliders set it
+  // Only the speed and count sliders set the period; 0.7 is a single's nearest.
+  EXPECT_EQ(std::tuple(d->ColourSpread, d->Rotn, Bits(d->StarSize), d->Timer2()->Period()),
+            std::tuple(150, -2000, 0x3F333333u, 20));
   // Fewer stars are only fewer visited; more come back as they were, with no new fill.
   const auto fill = [](const StarData& s) { return std::tuple(s.x, s.y, s.z, s.red, s.green, s.blue, s.brightness); };
   EXPECT_TRUE(std::ranges::equal(d->Star, stars, {}, fill, fill));
+
+  w->PushButton3->click();
+  EXPECT_EQ(std::tuple(d->Rotn, Bits(d->Speed), d->ColourSpread, Bits(d->StarSize), d->StarMax, d->Timer2()->Period()),
+            std::tuple(35, 0x3B656042u, 170, row->star_size_bits, row->star_max, 0));
+  EXPECT_EQ(Sliders(w), (std::array{35, static_cast<int>(row->star_max), 170, 35, row->slider5}));
 }
 
 TEST(PrefsWindow, LoadingTheSlidersWritesNoField) {
@@ -93,7 +105,7 @@ TEST(PrefsWindow, LoadingTheSlidersWritesNoField) {
   d->ColourSpread = -7;
   d->Timer2()->SetPeriod(7);
   d->ini_file_changed = false;
-  wPrefs* w = wPrefs::Instance();
+  wPrefs* w = ActivePrefs();
   EXPECT_TRUE(d->ini_file_changed);
   EXPECT_EQ(std::tuple(Bits(d->Speed), Bits(d->StarSize), d->Rotn, d->ColourSpread, d->StarMax, d->Timer2()->Period()),
             std::tuple(0x3C816F00u, 0x3FB33333u, 3000, -7, 100, 7));
@@ -102,39 +114,17 @@ TEST(PrefsWindow, LoadingTheSlidersWritesNoField) {
 
   // Becoming the active window loads what changed meanwhile. A key whose release went to the
   // display while it was in front no longer counts as down here.
-  ASSERT_TRUE(testing::RunUntil([&] { return d->isActiveWindow(); }));  // the display's own request
-  w->show();
-  ASSERT_TRUE(testing::RunUntil([&] { return w->isActiveWindow(); }));
   QKeyEvent left(QEvent::KeyPress, Qt::Key_Left, Qt::NoModifier);
   QCoreApplication::sendEvent(w, &left);
   EXPECT_EQ(d->Rotn, 2980);
   d->activateWindow();
-  ASSERT_TRUE(testing::RunUntil([&] { return !w->isActiveWindow(); }));
+  ASSERT_TRUE(RunUntil([&] { return !w->isActiveWindow(); }));
   d->Rotn = -500;
   w->activateWindow();
-  ASSERT_TRUE(testing::RunUntil([&] { return w->isActiveWindow(); }));
+  ASSERT_TRUE(RunUntil([&] { return w->isActiveWindow(); }));
   EXPECT_EQ(w->Slider4->value(), -500);
   Press(w, Qt::Key_Up);
   EXPECT_EQ(d->Rotn, -500);
-}
-
-TEST(PrefsWindow, RestoreDefaultsGivesTheScreensValues) {
-  const testing::ScreenDefaults* row = testing::DefaultsForThisScreen();
-  SKIP_UNLESS_SCREEN_IN_TABLE(row);
-  SurfaceWindow* d = SurfaceWindow::Instance();
-  wPrefs* w = wPrefs::Instance();
-  // An opened window with no file and no key pressed shows what Restore Defaults would.
-  const std::array<int, 5> shown = Sliders(w);
-  for (QSlider* s : {w->Slider1, w->Slider2, w->Slider3, w->Slider4, w->Slider5})
-    s->triggerAction(QAbstractSlider::SliderToMaximum);
-  EXPECT_EQ(d->Timer2()->Period(), 20);
-  w->PushButton3->click();
-  EXPECT_EQ(std::tuple(d->Rotn, Bits(d->Speed), d->ColourSpread, Bits(d->StarSize), d->StarMax, d->Timer2()->Period()),
-            std::tuple(35, 0x3B656042u, 170, row->star_size_bits, row->star_max, 0));
-  const std::array<int, 5> restored{35, static_cast<int>(row->star_max), 170, 35, row->slider5};
-  EXPECT_EQ(Sliders(w), restored);
-  EXPECT_EQ(shown, restored);
-  EXPECT_TRUE(wPrefs::Existing());
 }
 
 // Return pressing OK with Restore Defaults in focus is driven end to end (PrefsE2E).
@@ -157,15 +147,9 @@ TEST(PrefsWindow, OkAndCancelHideThePointerAndKeepWhatWasMoved) {
 
 TEST(PrefsWindow, ArrowsSteerWithTheSlidersFollowingAndEscapeOnlyMinimises) {
   SurfaceWindow* d = SurfaceWindow::Instance();
-  ASSERT_TRUE(testing::RunUntil([&] { return d->isActiveWindow(); }));  // the display's own request
-  wPrefs* w = wPrefs::Instance();
-  w->show();
-  ASSERT_TRUE(testing::RunUntil([&] { return w->isActiveWindow(); }));
-  w->Slider4->setFocus();
-  ASSERT_EQ(w->focusWidget(), w->Slider4);
-  Press(w, Qt::Key_Left);  // the focused slider doesn't take the key for itself
-  Press(w, Qt::Key_Left);
-  Press(w, Qt::Key_Right);
+  wPrefs* w = ActivePrefs();
+  w->Slider4->setFocus();  // the focused slider doesn't take the arrows for itself
+  for (int key : {Qt::Key_Left, Qt::Key_Left, Qt::Key_Right}) Press(w, key);
   EXPECT_EQ(std::pair(d->Rotn, w->Slider4->value()), std::pair(int64_t{15}, 15));
   d->Timer2()->SetPeriod(3);
   Press(w, Qt::Key_Down);
@@ -175,16 +159,13 @@ TEST(PrefsWindow, ArrowsSteerWithTheSlidersFollowingAndEscapeOnlyMinimises) {
   for (int round = 0; round < 2; ++round) {
     SCOPED_TRACE(round);
     Press(w, Qt::Key_Escape);
-    EXPECT_TRUE(w->isMinimized());
+    EXPECT_TRUE(w->isMinimized() && w->isVisible() && wPrefs::Existing() == w);
     EXPECT_EQ(w->geometry(), QRect(20, 50, 400, 400));
-    EXPECT_TRUE(wPrefs::Existing() == w && w->isVisible());
     testing::RunEventLoop(300);
-    EXPECT_TRUE(d->isFullScreen());
-    EXPECT_FALSE(d->escaped);
+    EXPECT_TRUE(d->isFullScreen() && !d->escaped);
     Press(d, Qt::Key_S, QStringLiteral("s"));  // the display's `s` brings this same window back
-    EXPECT_EQ(wPrefs::Existing(), w);
-    EXPECT_FALSE(w->isMinimized());
-    ASSERT_TRUE(testing::RunUntil([&] { return w->isActiveWindow(); }));
+    EXPECT_TRUE(wPrefs::Existing() == w && !w->isMinimized());
+    ASSERT_TRUE(RunUntil([&] { return w->isActiveWindow(); }));
   }
 }
 

@@ -19,7 +19,6 @@ TEST(CommandLine, OptionsBecomeChoices) {
     QString screen, error;
   } cases[] = {
       {{}, false, false, false, false, false, "", ""},
-      {{"--go"}, false, false, true, false, false, "", ""},
       {{"--window"}, false, false, true, true, false, "", ""},  // a windowed flight skips the start window too
       {{"-go", "-fps"}, false, false, true, false, true, "", ""},
       {{"--screen", "1", "--fps"}, false, false, false, false, true, "1", ""},
@@ -30,7 +29,6 @@ TEST(CommandLine, OptionsBecomeChoices) {
       // -reverse is never read as -r -e -v ...
       {{"-reverse"}, false, false, false, false, false, "", "Unknown option 'reverse'."},
       {{"-platformtheme", "gtk3", "--help"}, true, false, false, false, false, "", "Unknown option 'platformtheme'."},
-      {{"--bogus", "--go"}, false, false, true, false, false, "", "Unknown option 'bogus'."},
       {{"--go", "stray"}, false, false, true, false, false, "", "Unexpected argument 'stray'."},
       {{"--screen"}, false, false, false, false, false, "", "Missing value after '--screen'."},
       {{"--screen", ""}, false, false, false, false, false, "", "The screen may not be empty."},
@@ -45,14 +43,10 @@ TEST(CommandLine, OptionsBecomeChoices) {
 }
 
 TEST(CommandLine, ScreensAreFoundByNameFirstThenByNumber) {
-  const QStringList names = {"DP-1", "HDMI-2", "0"};
-  EXPECT_EQ(FindScreen("DP-1", names), 0);
-  EXPECT_EQ(FindScreen("HDMI-2", names), 1);
-  EXPECT_EQ(FindScreen("1", names), 1);
-  EXPECT_EQ(FindScreen("2", names), 2);
-  EXPECT_EQ(FindScreen("0", names), 2);  // a screen named "0" wins over the number
-  for (const char* wanted : {"3", "-1", "+1", " 1", "01", "1.0", "hdmi-2", "", "x"})
-    EXPECT_EQ(FindScreen(wanted, names), -1) << wanted;
+  // A screen named "0" wins over the number; a number is digits only.
+  const std::pair<const char*, int> cases[] = {{"DP-1", 0}, {"HDMI-2", 1}, {"1", 1}, {"2", 2}, {"0", 2}, {"3", -1},
+      {"-1", -1}, {"+1", -1}, {" 1", -1}, {"01", -1}, {"1.0", -1}, {"hdmi-2", -1}, {"", -1}, {"x", -1}};
+  for (const auto& [wanted, index] : cases) EXPECT_EQ(FindScreen(wanted, {"DP-1", "HDMI-2", "0"}), index) << wanted;
 
   EXPECT_EQ(NoSuchScreen("5", {"LEFT", "RIGHT"}), "No screen '5'; the screens are 0 (LEFT), 1 (RIGHT).");
   EXPECT_EQ(NoSuchScreen("x", {""}), "No screen 'x'; the screens are 0.");  // a screen without a name
@@ -61,14 +55,11 @@ TEST(CommandLine, ScreensAreFoundByNameFirstThenByNumber) {
 TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
   const CommandLine root = Parse({"-root", "-fps", "-speed", "0.01", "--stars=100", "-star-size", "2.5"});
   EXPECT_TRUE(root.root && root.fps && !root.go && !root.window_id && root.error.isEmpty()) << root.error.toStdString();
-  EXPECT_EQ(root.settings.speed, 0.01);
-  EXPECT_EQ(root.settings.stars, 100.0);
-  EXPECT_EQ(root.settings.star_size, 2.5);
+  EXPECT_EQ(std::tuple(root.settings.speed, root.settings.stars, root.settings.star_size), std::tuple(0.01, 100.0, 2.5));
   EXPECT_FALSE(root.settings.rotation || root.settings.colour_spread);
   const CommandLine id = Parse({"-window-id", "0x2A00003", "--rotation", "-40", "--colour-spread", "90"});
   EXPECT_TRUE(!id.root && id.window_id == 0x2A00003u && id.error.isEmpty()) << id.error.toStdString();
-  EXPECT_EQ(id.settings.rotation, -40.0);
-  EXPECT_EQ(id.settings.colour_spread, 90.0);
+  EXPECT_EQ(std::tuple(id.settings.rotation, id.settings.colour_spread), std::tuple(-40.0, 90.0));
   // Parsed before Qt takes out its own options, the mode is still seen (to choose X11).
   EXPECT_TRUE(Parse({"-display", ":5", "-root"}).root);
   const CommandLine wallpaper = Parse({"--wallpaper", "--layer", "bottom", "--output", "DP-2", "--stars", "500"});
@@ -89,11 +80,8 @@ TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
       {{"--window-id", "0"}, "'--window-id' needs an X window id, not '0'."},
       {{"--root", "--window-id", "7"}, kOneMode},
       {{"--wallpaper", "--saver"}, kOneMode},
-      {{"--wallpaper", "--root"}, kOneMode},
-      {{"--saver", "--window-id", "7"}, kOneMode},
       {{"--root", "--go"}, kNotWithModes},
       {{"--wallpaper", "--window"}, kNotWithModes},
-      {{"--saver", "--go"}, kNotWithModes},
       {{"--window-id", "7", "--screen", "1"}, kNotWithModes},
       {{"--stars", "100"}, "'--stars' goes with '--root', '--window-id', '--wallpaper' or '--saver' only."},
       {{"--wallpaper", "--layer", "desktop"}, "'--layer' is background, bottom, top or overlay, not 'desktop'."},
@@ -103,18 +91,14 @@ TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
       {{"--saver", "--output="}, "The output may not be empty."},
       {{"--root", "--speed", "fast"}, "'--speed' needs a number, not 'fast'."},
       {{"--root", "--star-size", "inf"}, "'--star-size' needs a number, not 'inf'."},
-      {{"--root", "--rotation", "nan"}, "'--rotation' needs a number, not 'nan'."},
   };
   for (const auto& c : wrong) EXPECT_EQ(Parse(c.arguments).error, c.error) << c.arguments.join(' ').toStdString();
 }
 
 TEST(CommandLine, WindowIdsAreDecimalOrHexAndNothingElse) {
-  EXPECT_EQ(ParseWindowId("42"), 42u);
-  EXPECT_EQ(ParseWindowId("010"), 10u);  // decimal, not octal
-  EXPECT_EQ(ParseWindowId("0x2a"), 42u);
-  EXPECT_EQ(ParseWindowId("0X2A"), 42u);
-  EXPECT_EQ(ParseWindowId("4294967295"), 4294967295u);
-  EXPECT_EQ(ParseWindowId("0xffffffff"), 4294967295u);
+  for (const auto& [text, id] : {std::pair{"42", 42u}, {"010", 10u}, {"0x2a", 42u}, {"0X2A", 42u},  // 010: not octal
+                                 {"4294967295", 4294967295u}, {"0xffffffff", 4294967295u}})
+    EXPECT_EQ(ParseWindowId(text), id) << text;
   for (const char* text : {"", "0", "0x0", "0x", "-5", "+5", " 5", "5 ", "2a", "0xg", "0x0x5", "1e3", "4294967296",
                            "0x100000000", "\u0664\u0662"})  // the last: Arabic-Indic digits
     EXPECT_EQ(ParseWindowId(QString::fromUtf8(text)), std::nullopt) << text;

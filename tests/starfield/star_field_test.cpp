@@ -42,8 +42,7 @@ TEST(StarField, DefaultsByScreenWidthAndTimer2Period) {
 }
 
 TEST(StarField, GenerationFollowsTheFormulasBitForBit) {
-  StarField field;
-  field.StarMax = 3;
+  StarField field{.StarMax = 3};
   field.Star[4].x = 9.0f;  // beyond StarMax: made anew and left at zero
   // Star 1 at the far plane; star 2 beyond it, green held by its own cap; star 3 with red and blue
   // both under green's cap, so green takes the larger, blue.
@@ -69,17 +68,15 @@ TEST(StarField, GenerationFollowsTheFormulasBitForBit) {
 }
 
 TEST(StarField, ShadingByDepthInDouble) {
-  StarField field;
-  field.StarMax = 3;
-  field.CameraZ = -10.0f;
+  StarField field{.StarMax = 3, .CameraZ = -10.0f};
   field.Star[1] = {.z = -10.0f, .red = 0.9f, .green = 0.5f};  // depth 0
   field.Star[2] = {.z = -13.0f, .red = 0.9f};                 // depth 3: the far plane
   field.Star[3] = {.z = -14.0f, .blue = 1.0f};                // beyond it
   field.Star[4] = {.z = -10.0f, .red = 1.0f};                 // not live
   ShadeStars(field);
-  EXPECT_EQ(Bits(field.Star[1].cbrightness), 0x3FB33333u);  // 1.4
-  EXPECT_EQ(Bits(field.Star[1].cred), 0x3FA147AEu);         // 1.26
-  EXPECT_EQ(Bits(field.Star[1].cgreen), 0x3F333333u);       // 0.7
+  const StarData& s = field.Star[1];  // 1.4, 1.26, 0.7
+  EXPECT_EQ((std::array{Bits(s.cbrightness), Bits(s.cred), Bits(s.cgreen)}),
+            (std::array{0x3FB33333u, 0x3FA147AEu, 0x3F333333u}));
   EXPECT_TRUE(Bits(field.Star[2].cbrightness) == 0 && Bits(field.Star[2].cred) == 0);
   EXPECT_LT(field.Star[3].cblue, 0.0f);
   EXPECT_EQ(field.Star[4].cred, 0.0f);
@@ -88,16 +85,12 @@ TEST(StarField, ShadingByDepthInDouble) {
   field.CameraZ = -kDefaultSpeed;
   field.Star[1] = {.z = -1.0f, .red = 0.9f, .green = 0.5f, .blue = 0.25f};
   ShadeStars(field);
-  const StarData& s = field.Star[1];
   EXPECT_EQ((std::array{Bits(s.cbrightness), Bits(s.cred), Bits(s.cgreen), Bits(s.cblue)}),
             (std::array{0x3F6F59FAu, 0x3F576A94u, 0x3EEF59FAu, 0x3E6F59FAu}));
 }
 
 TEST(StarField, RecyclingOnlyThePassedStarsWithTheCurrentSpread) {
-  StarField field;
-  field.StarMax = 3;
-  field.CameraZ = -100.0f;
-  field.ColourSpread = 80;
+  StarField field{.StarMax = 3, .CameraZ = -100.0f, .ColourSpread = 80};
   field.Star[1].z = -99.0f;                        // passed
   field.Star[2] = {.z = -100.0f, .red = 0.25f};  // exactly at the camera: not passed yet
   field.Star[3].z = -101.0f;                       // ahead

@@ -1,6 +1,6 @@
 #pragma once
 #include <QCoreApplication>
-#include <QDir>
+#include <QCursor>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
@@ -8,7 +8,7 @@
 #include <QKeyEvent>
 #include <QScreen>
 #include <QTimer>
-#include <cstdint>
+#include <QWidget>
 #include <functional>
 
 #include "support/defaults_table.h"
