@@ -41,7 +41,6 @@ void Desktop::Begin(std::vector<std::string> launch, std::string exe) {
   launch_ = std::move(launch);
   exe_ = std::move(exe);
   if (options_.prefs) std::ofstream(File("LumoxPrefs"), std::ios::binary) << options_.prefs;
-  if (options_.prepare) options_.prepare(data_);
   inotify_ = inotify_init1(IN_NONBLOCK);
   inotify_add_watch(inotify_, data_.c_str(), IN_MOVED_TO | IN_CREATE);
   if (options_.start_lumox) StartLumox(options_.lumox_args, options_.env);

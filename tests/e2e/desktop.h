@@ -33,8 +33,6 @@ struct DesktopOptions {
   std::string kind = "openbox";             // openbox, xfwm4, metacity (each under Xvfb) or sway
   std::vector<QSize> outputs = {{1440, 900}};  // side by side, tops aligned; the first is the primary
   const char* prefs = nullptr;              // LumoxPrefs' text, if there is to be one
-  // Runs on the fresh data folder before lumox starts, e.g. to put a link or a FIFO there.
-  std::function<void(const std::string& folder)> prepare = {};
   std::vector<std::string> lumox_args = {};  // after the program's name
   bool start_lumox = true;                   // false: the test runs lumox itself
   std::vector<std::string> env = {};         // "NAME=value" for lumox, besides the display's
