@@ -108,10 +108,14 @@ WindowState Session::State(const std::string& id) const {
 
 WindowState Session::Window(const std::string& title) const {
   WindowState found;
-  std::istringstream ids(Xdo("search --name '^" + title + "$'"));
-  for (std::string id; ids >> id && !found.shown;) {
-    const WindowState w = State(id);
-    if (w.shown || (w.minimised && !found.minimised)) found = w;
+  // xdotool gives up its whole search when a window goes while it looks, as window managers'
+  // frames do: an empty answer is asked again.
+  for (int attempt = 0; attempt < 3 && found.id.empty(); ++attempt) {
+    std::istringstream ids(Xdo("search --name '^" + title + "$'"));
+    for (std::string id; ids >> id && !found.shown;) {
+      const WindowState w = State(id);
+      if (w.geometry.isValid() && (w.shown || (w.minimised && !found.minimised))) found = w;
+    }
   }
   return found;
 }
