@@ -25,8 +25,8 @@
 #include <QMainWindow>
 #include <QOpenGLWidget>
 
-#include "display/frame.h"
-#include "display/process_cpu.h"
+#include "flight/frame.h"
+#include "flight/process_cpu.h"
 #include "display/surface_window.h"
 
 namespace {

@@ -14,7 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "display/frame.h"
+#include "flight/frame.h"
 
 namespace {
 

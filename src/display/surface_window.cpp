@@ -10,8 +10,8 @@
 #include <QScreen>
 #include <QWindow>
 
-#include "display/flight_options.h"
-#include "display/x11_hints.h"
+#include "flight/flight_options.h"
+#include "desktop/x11/x11_hints.h"
 
 namespace lumox {
 

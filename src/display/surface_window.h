@@ -3,10 +3,10 @@
 #include <QMainWindow>
 #include <functional>
 
-#include "display/display_keys.h"
-#include "display/flight.h"
-#include "display/key_glue.h"
-#include "display/opengl_surface.h"
+#include "flight/display_keys.h"
+#include "flight/flight.h"
+#include "flight/key_glue.h"
+#include "flight/opengl_surface.h"
 
 namespace lumox {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "display/display_keys.h"
+#include "flight/display_keys.h"
 
 namespace lumox {
 

@@ -9,9 +9,9 @@
 #include <climits>
 #include <vector>
 
-#include "display/flight_options.h"
+#include "flight/flight_options.h"
 #include "display/surface_window.h"
-#include "display/x11_hints.h"
+#include "desktop/x11/x11_hints.h"
 #include "settings/prefs_keys.h"
 #include "settings/slider_scales.h"
 #include "settings/text_style.h"

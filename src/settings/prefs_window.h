@@ -5,7 +5,7 @@
 #include <QSlider>
 #include <cstdint>
 
-#include "display/key_glue.h"
+#include "flight/key_glue.h"
 
 namespace lumox {
 

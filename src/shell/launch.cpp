@@ -5,10 +5,10 @@
 #include <QScreen>
 #include <cstdio>
 
-#include "display/wayland_host.h"
-#include "display/x11_desktop.h"
+#include "desktop/wayland/wayland_backend.h"
+#include "desktop/x11/x11_backend.h"
 
-#include "display/flight_options.h"
+#include "flight/flight_options.h"
 #include "display/surface_window.h"
 #include "settings/prefs_store.h"
 #include "settings/prefs_window.h"

@@ -3,7 +3,7 @@
 #include <QString>
 #include <memory>
 
-#include "display/embedded_flight.h"
+#include "desktop/x11/window_flight.h"
 
 #include "shell/command_line.h"
 

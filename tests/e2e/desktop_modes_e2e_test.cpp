@@ -12,8 +12,8 @@
 #include <QApplication>
 #include <QElapsedTimer>
 
-#include "display/flight.h"
-#include "display/wayland_host.h"
+#include "flight/flight.h"
+#include "desktop/wayland/wayland_backend.h"
 #include "e2e/desktop.h"
 
 namespace lumox::e2e {

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "display/display_keys.h"
+#include "flight/display_keys.h"
 #include "e2e/desktop.h"
 #include "support/defaults_table.h"
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "display/frame.h"
+#include "flight/frame.h"
 #include "starfield/star_field.h"
 #include "support/gl_recorder.h"
 

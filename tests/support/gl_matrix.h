@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "display/gl_api.h"
+#include "flight/gl_api.h"
 
 namespace lumox::testing {
 

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "display/fps_overlay.h"
-#include "display/gl_api.h"
+#include "flight/fps_overlay.h"
+#include "flight/gl_api.h"
 #include "starfield/star_field.h"
 
 namespace lumox::testing {

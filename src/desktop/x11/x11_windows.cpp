@@ -1,0 +1,91 @@
+#include "desktop/x11/x11_windows.h"
+
+#include <xcb/xcb.h>
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace lumox {
+
+namespace {
+
+xcb_connection_t* Connection() {
+  auto* x11 = qApp ? qApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+  return x11 ? x11->connection() : nullptr;
+}
+
+// xcb replies are malloc'ed and freed with free().
+template <class Reply>
+using Owned = std::unique_ptr<Reply, decltype(&free)>;
+template <class Reply>
+Owned<Reply> Own(Reply* reply) {
+  return Owned<Reply>(reply, &free);
+}
+
+}  // namespace
+
+uint32_t X11VirtualRoot() {
+  xcb_connection_t* c = Connection();
+  if (!c) return 0;
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+  const char name[] = "__SWM_VROOT";
+  const auto atom = Own(xcb_intern_atom_reply(c, xcb_intern_atom(c, 1, sizeof name - 1, name), nullptr));
+  const auto tree = Own(xcb_query_tree_reply(c, xcb_query_tree(c, root), nullptr));
+  if (!atom || atom->atom == XCB_ATOM_NONE || !tree) return root;
+  const xcb_window_t* children = xcb_query_tree_children(tree.get());
+  for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+    const auto value = Own(xcb_get_property_reply(
+        c, xcb_get_property(c, 0, children[i], atom->atom, XCB_GET_PROPERTY_TYPE_ANY, 0, 1), nullptr));
+    if (value && xcb_get_property_value_length(value.get()) == 4) {
+      xcb_window_t vroot;
+      memcpy(&vroot, xcb_get_property_value(value.get()), 4);
+      return vroot;
+    }
+  }
+  return root;
+}
+
+std::optional<QSize> X11WindowSize(uint32_t window) {
+  xcb_connection_t* c = Connection();
+  if (!c) return std::nullopt;
+  const auto geometry = Own(xcb_get_geometry_reply(c, xcb_get_geometry(c, window), nullptr));
+  if (!geometry) return std::nullopt;
+  return QSize(geometry->width, geometry->height);
+}
+
+X11WindowWatcher::X11WindowWatcher(uint32_t window, std::function<void(QSize)> resized, std::function<void()> destroyed)
+    : window_(window), resized_(std::move(resized)), destroyed_(std::move(destroyed)) {
+  xcb_connection_t* c = Connection();
+  if (!c) return;
+  // An event mask is per client and per window, and this program may have one on the root window.
+  const auto attributes = Own(xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
+  const uint32_t mask = (attributes ? attributes->your_event_mask : 0) | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+  xcb_change_window_attributes(c, window, XCB_CW_EVENT_MASK, &mask);
+  xcb_flush(c);
+  QCoreApplication::instance()->installNativeEventFilter(this);
+}
+
+X11WindowWatcher::~X11WindowWatcher() {
+  if (QCoreApplication::instance()) QCoreApplication::instance()->removeNativeEventFilter(this);
+}
+
+bool X11WindowWatcher::nativeEventFilter(const QByteArray& type, void* message, qintptr*) {
+  if (type != "xcb_generic_event_t") return false;
+  const auto* event = static_cast<const xcb_generic_event_t*>(message);
+  switch (event->response_type & 0x7f) {
+    case XCB_CONFIGURE_NOTIFY: {
+      const auto* configure = static_cast<const xcb_configure_notify_event_t*>(message);
+      if (configure->window == window_) resized_(QSize(configure->width, configure->height));
+      break;
+    }
+    case XCB_DESTROY_NOTIFY:
+      if (static_cast<const xcb_destroy_notify_event_t*>(message)->window == window_) destroyed_();
+      break;
+  }
+  return false;
+}
+
+}  // namespace lumox

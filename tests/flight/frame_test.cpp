@@ -1,0 +1,184 @@
+// The frame as GL calls, a flight of days through Mesa's matrix, and the frames-per-second readout.
+#include "flight/frame.h"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+#include "flight/fps_overlay.h"
+#include "flight/process_cpu.h"
+#include "support/gl_matrix.h"
+#include "support/gl_recorder.h"
+#include "support/scripted_numbers.h"
+
+namespace lumox {
+namespace {
+
+using testing::Bits;
+using testing::g_mesa_matrix;
+using testing::GlCall;
+using testing::GlRecorder;
+using testing::MesaMatrix;
+using testing::MesaMatrixApi;
+
+GlCall Call(const char* name, double a = 0, double b = 0, double c = 0, double d = 0) {
+  return GlCall{name, {a, b, c, d}};
+}
+
+TEST(Frame, IssuesTheFrameTableInOrder) {
+  StarField field{.StarMax = 2, .CameraZ = -1.0f, .Speed = 0.25f, .StarSize = 1.44f};
+  field.Star[1] = {.x = 0.5f, .y = -0.5f, .z = -2.0f, .cred = 0.1f, .cgreen = 0.2f, .cblue = 1.5f};
+  field.Star[2] = {.x = -1.0f, .y = 2.0f, .z = -3.5f, .cred = -0.3f, .cgreen = 0.0f, .cblue = 0.7f};
+  field.Star[3] = {.x = 9.0f, .y = 9.0f, .z = -1.0f, .cred = 1.0f};  // not live
+  GlRecorder recorder;
+
+  EXPECT_FALSE(Surface_Render(field, recorder.Api()));
+
+  const float angle = testing::FromBits(0xBD0F5C29);  // the single nearest -0.035, from the default Rotn 35
+  const std::vector<GlCall> expected = {
+      Call("glMatrixMode", 0x1701), Call("glLoadIdentity"), Call("gluPerspective", 55.0, 2.0, 0.001, 3.0),
+      Call("glMatrixMode", 0x1700), Call("glClearColor", 0.0, 0.0, 0.0, 1.0), Call("glClear", 0x4000),
+      Call("glPointSize", 1.44f), Call("glEnable", 0x0B10), Call("glTranslatef", 0.0, 0.0, 0.25),
+      Call("glRotatef", angle, 0.0, 0.0, 1.0), Call("glBegin", 0),
+      Call("glColor3d", 0.1f, 0.2f, 1.5f), Call("glVertex3f", 0.5, -0.5, -2.0),
+      Call("glColor3d", -0.3f, 0.0, 0.7f), Call("glVertex3f", -1.0, 2.0, -3.5),
+      Call("glVertex3f", 1.0, 1.0, 0.0), Call("glVertex3f", -1.0, -1.0, 0.0), Call("glEnd"),
+  };
+  EXPECT_EQ(recorder.Calls(), expected);
+  EXPECT_EQ(field.CameraZ, -1.25f);
+  field.StarMax = 50000;  // every star of the array
+  recorder.Clear();
+  Surface_Render(field, recorder.Api());
+  EXPECT_EQ(recorder.Calls().size(), 14u + 2u * 50000u);
+}
+
+// Where GL puts a star in eye space, as it computes it.
+std::array<float, 3> Eye(const MesaMatrix& mm, const StarData& s) {
+  const float* m = mm.m;
+  std::array<float, 3> eye;
+  for (int i = 0; i < 3; ++i) eye[i] = m[i] * s.x + m[4 + i] * s.y + m[8 + i] * s.z + m[12 + i];
+  return eye;
+}
+
+// The first frame after the first hour takes 256 from the depth of the camera, of the matrix and
+// of every star, and each star stays where GL would have shown it without.
+TEST(Frame, TheRebaseAfterTheFirstHourMovesNoStar) {
+  StarField field{.StarMax = 3};
+  g_mesa_matrix = {};
+  for (int64_t frame = 1; frame <= kSteadyFrames; ++frame) Surface_Render(field, MesaMatrixApi());
+  const MesaMatrix hour = g_mesa_matrix;
+  const float camera = field.CameraZ - field.Speed;  // where the next frame takes it
+  field.Star[1] = {.x = 0.75f, .y = -2.25f, .z = camera - 0.5f};
+  field.Star[2] = {.x = -2.5f, .y = 1.0f, .z = camera - 2.75f};
+  field.Star[3] = {.x = 0.1f, .y = 2.4f, .z = camera - 9.9f};
+  StarField plain = field;
+  plain.Frames = 0;  // a frame of the first hour: no rebase
+  Surface_Render(plain, MesaMatrixApi());
+  const MesaMatrix unshifted = g_mesa_matrix;
+  g_mesa_matrix = hour;
+  Surface_Render(field, MesaMatrixApi());
+  EXPECT_EQ(field.CameraZ, camera + 256.0f);
+  EXPECT_EQ(Bits(g_mesa_matrix.m[14]), Bits(-field.CameraZ));
+  for (int i = 1; i <= 3; ++i) {
+    EXPECT_EQ(field.Star[i].z, plain.Star[i].z + 256.0f);
+    EXPECT_EQ(Eye(g_mesa_matrix, field.Star[i]), Eye(unshifted, plain.Star[i])) << i;
+  }
+}
+
+// Thirty days of frames (Rotn 100 turns Mesa's matrix down to a tenth of its scale in that time):
+// the camera still steps by its Speed, the matrix still shadows it and the picture keeps its scale.
+TEST(Frame, AFlightOfThirtyDaysKeepsItsStepAndItsScale) {
+  struct { double Number() { return 0.5; } } half;
+  StarField field{.StarMax = 4, .Rotn = 100};
+  g_mesa_matrix = {};
+  const int64_t days30 = 30LL * 24 * 3600 * 1000 / 30;
+  float least = 1.0f, most = 0.0f, jump = 0.0f;
+  for (int64_t frame = 1; frame <= days30; ++frame) {
+    const float before = field.CameraZ, scale = g_mesa_matrix.Scale(0);
+    Surface_Render(field, MesaMatrixApi());
+    jump = std::max(jump, std::abs(g_mesa_matrix.Scale(0) - scale));
+    if (frame % 100 == 0) RecycleStars(field, half);
+    if (frame > days30 - 100000 && field.CameraZ <= before) {  // not a rebase
+      least = std::min(least, before - field.CameraZ);
+      most = std::max(most, before - field.CameraZ);
+    }
+  }
+  EXPECT_GT(least, 0.9f * field.Speed);
+  EXPECT_LT(most, 1.1f * field.Speed);
+  EXPECT_EQ(Bits(g_mesa_matrix.m[14]), Bits(-field.CameraZ));
+  EXPECT_NEAR(g_mesa_matrix.Scale(0), 1.0, 0.001);
+  EXPECT_NEAR(g_mesa_matrix.Scale(1), 1.0, 0.001);
+  EXPECT_LT(jump, 2e-4f);  // no frame moves a star 1000 pixels out by more than a fifth of a pixel
+}
+
+// The frames-per-second readout is laid over the finished frame, in state of its own saved and
+// given back; before its first reading there is no picture and the frame is all there is. On a
+// HiDPI screen GL sizes points in device pixels: the size sent is StarSize times the window's
+// ratio, under the readout too, and nothing else in the frame changes.
+TEST(Frame, TheReadoutFollowsTheFrameAndPointsAreSizedInDevicePixels) {
+  const auto calls = [](double ratio, OverlayPicture readout) {
+    StarField field{.StarMax = 3, .StarSize = 1.44f};
+    GlRecorder recorder;
+    RenderWithReadout(field, recorder.Api(), readout, recorder.OverlayApi(), ratio);
+    return recorder.Calls();
+  };
+  StarField field{.StarMax = 3, .StarSize = 1.44f};
+  GlRecorder recorder;
+  Surface_Render(field, recorder.Api());
+  std::vector<GlCall> frame = recorder.Calls(), read = frame;
+  read.insert(read.end(), {Call("glPushAttrib", 0x4001), Call("glEnable", 0x0BE2), Call("glBlendFunc", 1, 0x0303),
+                           Call("glWindowPos2i", 8, 8), Call("glDrawPixels", 3, 2, 0x1908, 0x1401), Call("glPopAttrib")});
+  const unsigned char pixels[3 * 2 * 4] = {};
+  for (const auto& [ratio, bits] : {std::pair{1.0, 0x3FB851ECu}, {2.0, 0x403851ECu}, {1.25, 0x3FE66667u}}) {
+    frame[6] = read[6] = Call("glPointSize", testing::FromBits(bits));
+    EXPECT_EQ(calls(ratio, {}), frame) << ratio;
+    EXPECT_EQ(calls(ratio, {3, 2, pixels}), read) << ratio;
+  }
+}
+
+TEST(FpsOverlay, TheMeterReadsFramesAndCpuOncePerSecond) {
+  FpsMeter meter;
+  EXPECT_FALSE(meter.Started());
+  meter.Start(10.0, 2.0);
+  // Frames every 1/32 s: the 32nd ends the second.
+  for (int k = 1; k < 32; ++k) EXPECT_FALSE(meter.Frame(10.0 + k / 32.0)) << k;
+  ASSERT_TRUE(meter.Frame(11.0));
+  FpsReading reading = meter.TakeReading(11.0, 2.5);
+  EXPECT_EQ(std::pair(reading.fps, reading.cpu_percent), std::pair(32.0, 50.0));
+  // The next second starts at the reading: 20 frames in 1.25 s, 1.5 CPU seconds (two busy cores).
+  for (int k = 1; k < 16; ++k) EXPECT_FALSE(meter.Frame(11.0 + k / 16.0)) << k;
+  for (int k = 16; k <= 20; ++k) EXPECT_TRUE(meter.Frame(11.0 + k / 16.0)) << k;
+  reading = meter.TakeReading(12.25, 4.0);
+  EXPECT_EQ(std::pair(reading.fps, reading.cpu_percent), std::pair(16.0, 120.0));
+  // A CPU time that could not be read gives no CPU figure, at the end of a second or at its start.
+  meter.Frame(13.25);
+  EXPECT_LT(meter.TakeReading(13.25, -1.0).cpu_percent, 0.0);
+  meter.Frame(14.25);
+  EXPECT_LT(meter.TakeReading(14.25, 5.0).cpu_percent, 0.0);
+
+  EXPECT_EQ(FpsText({32.0, 50.0}), "32 fps  CPU 50%");
+  EXPECT_EQ(FpsText({29.6, 112.4}), "30 fps  CPU 112%");
+  EXPECT_EQ(FpsText({33.3, -1.0}), "33 fps");
+}
+
+TEST(ProcessCpu, UserAndSystemTicksComeFromFieldsFourteenAndFifteen) {
+  // A command name may hold spaces and parentheses of its own; the last ')' ends it.
+  EXPECT_EQ(ProcStatCpuTicks("1234 (a) b (c)) S 1 2 3 4 5 6 7 8 9 10 250 75 11 12 20 0 3 0 99\n"), 325);
+  EXPECT_EQ(ProcStatCpuTicks("7 (x) R 1 2 3 4 5 6 7 8 9 10 0 0 11"), 0);
+  EXPECT_EQ(ProcStatCpuTicks("7 x R 1 2 3 4 5 6 7 8 9 10 250 75"), -1);  // no name
+  EXPECT_EQ(ProcStatCpuTicks("7 (x) R 1 2 3 4 5 6 7 8 9 10 250"), -1);   // cut short
+  EXPECT_EQ(ProcStatCpuTicks("7 (x) R 1 2 3 4 5 6 7 8 9 10 2x0 75"), -1);
+
+  // This process: the figure follows the CPU time the C library counts, in seconds.
+  const double start = ProcStatCpuSeconds();
+  const std::clock_t clock_start = std::clock();
+  ASSERT_GE(start, 0.0);
+  volatile double sink = 0.0;
+  while (std::clock() - clock_start < CLOCKS_PER_SEC / 2)
+    for (int i = 0; i < 100000; ++i) sink = sink + i;
+  const double spent = double(std::clock() - clock_start) / CLOCKS_PER_SEC;
+  EXPECT_NEAR(ProcStatCpuSeconds() - start, spent, 0.1);
+}
+
+}  // namespace
+}  // namespace lumox

@@ -1,0 +1,77 @@
+// Frames rendered by Mesa into the real display window, read back and looked at.
+#include <GL/gl.h>
+#include <gtest/gtest.h>
+
+#include <QImage>
+
+#include "flight/fps_readout.h"
+#include "display/surface_window.h"
+#include "support/ui_helpers.h"
+
+namespace lumox {
+namespace {
+
+// The display window on screen, drawing frames only when the test asks for them.
+SurfaceWindow* StillWindow() {
+  SurfaceWindow* w = SurfaceWindow::Instance();
+  w->Timer1()->stop();
+  EXPECT_TRUE(testing::RunUntil([&] { return w->Surface()->isExposed(); }));
+  return w;
+}
+
+// One white star 3.6 ahead, off the axis: beyond the far plane until the camera has travelled
+// more than 0.6, and drawn further from the centre as it comes nearer.
+TEST(GlSurface, AStarComesIntoViewAndMovesOutwardAsTheCameraFlies) {
+  SurfaceWindow* w = StillWindow();
+  w->StarMax = 1;
+  w->Rotn = 0;
+  w->Speed = 0.25f;
+  w->StarSize = 4.0f;
+  w->Star[1] = {.x = 0.3f, .z = w->CameraZ - 3.6f, .cred = 1.0f, .cgreen = 1.0f, .cblue = 1.0f};
+  int lit[6];
+  double distance[6];
+  for (int frame = 0; frame < 6; ++frame) {
+    const QImage image = w->RenderAndCapture().convertToFormat(QImage::Format_RGB32);
+    double sum = 0;
+    lit[frame] = 0;
+    for (int y = 0; y < image.height(); ++y)
+      for (int x = 0; x < image.width(); ++x)
+        if (qRed(image.pixel(x, y)) > 100) sum += x, ++lit[frame];
+    distance[frame] = lit[frame] ? sum / lit[frame] - image.width() / 2.0 : 0.0;
+  }
+  EXPECT_EQ(lit[0] + lit[1], 0);  // depths 3.35 and 3.1
+  EXPECT_GT(lit[2], 0);           // depth 2.85
+  EXPECT_GT(lit[5], 0);           // depth 2.1
+  EXPECT_GT(distance[3], distance[2]);
+  EXPECT_GT(distance[5], distance[4]);
+}
+
+TEST(FpsReadout, ItIsBlendedOverTheFrameAndGivesItsGlStateBack) {
+  StillWindow()->RenderAndCapture();  // makes the surface's context current and leaves it so
+  // Over white, so that the readout's box shows whether it was blended: a translucent black.
+  glClearColor(1, 1, 1, 1);
+  glClear(GL_COLOR_BUFFER_BIT);
+  const QImage picture = ReadoutPicture(QStringLiteral("30 fps  CPU 25%")).mirrored();
+  DrawOverlay({picture.width(), picture.height(), picture.constBits()}, 20, 30, MesaOverlayGl());
+  EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+  GLint depth = -1;
+  glGetIntegerv(GL_ATTRIB_STACK_DEPTH, &depth);
+  EXPECT_TRUE(depth == 0 && !glIsEnabled(GL_BLEND));
+  GLubyte box[4] = {};
+  glReadPixels(22, 30 + picture.height() / 2, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, box);
+  EXPECT_NEAR(box[0], 255 - 160, 2);  // white under black of alpha 160, left of the text
+}
+
+// GL draws pictures from the bottom row up: the readout's rows come in that order, so its text
+// stands upright on the screen.
+TEST(FpsReadout, ItsPictureIsTheTextWithItsBottomRowFirst) {
+  FpsReadout readout;
+  OverlayPicture picture;
+  ASSERT_TRUE(testing::RunUntil([&] { return (picture = readout.Frame()).pixels != nullptr; }, 5000));
+  const QImage given(static_cast<const uchar*>(picture.pixels), picture.width, picture.height,
+                     QImage::Format_RGBA8888_Premultiplied);
+  EXPECT_EQ(given.mirrored(), ReadoutPicture(readout.Text()));
+}
+
+}  // namespace
+}  // namespace lumox
