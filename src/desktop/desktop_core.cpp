@@ -1,6 +1,7 @@
 #include "desktop/desktop_core.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 
 namespace lumox {
@@ -27,9 +28,14 @@ std::vector<OutputChange> OutputPlan::Removed(uint32_t output) {
   return {{OutputChange::kLand, output}};
 }
 
-std::vector<OutputChange> OutputPlan::Closed(uint32_t output) {
-  if (!Flying(output)) return {};
-  return {{OutputChange::kLand, output}, {OutputChange::kFly, output}};
+std::vector<uint32_t> OutputPlan::FlyingOutputs() const {
+  std::vector<std::pair<uint64_t, uint32_t>> flying;
+  for (const auto& [id, o] : outputs_)
+    if (o.flying) flying.push_back({o.order, id});
+  std::sort(flying.begin(), flying.end());
+  std::vector<uint32_t> outputs;
+  for (const auto& [order, id] : flying) outputs.push_back(id);
+  return outputs;
 }
 
 bool OutputPlan::Flying(uint32_t output) const {
@@ -69,6 +75,169 @@ bool WakeWatch::Pointer(uint32_t output, double x, double y) {
     return false;
   }
   return output != output_ || std::hypot(x - x_, y - y_) > kDistance;
+}
+
+namespace desktop_line {
+std::string NoDisplay() {
+  return "Neither WAYLAND_DISPLAY nor DISPLAY is set, and '--wallpaper' and '--saver' need a Wayland compositor "
+         "with the layer shell or an X display.";
+}
+std::string DisplayGone(const std::string& display) {
+  std::string line = display + " has gone away.";
+  line[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(line[0])));
+  return line;
+}
+std::string Unreachable(const std::string& display) {
+  std::string line = display + " can't be reached.";
+  line[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(line[0])));
+  return line;
+}
+std::string NoLayerShell() {
+  return "This Wayland compositor has no layer shell (zwlr_layer_shell_v1), so Lumox can't be its wallpaper or "
+         "screensaver; GNOME offers no way for a program to be either.";
+}
+std::string NoEgl() { return "Can't set up OpenGL through EGL on this Wayland display."; }
+std::string SurfaceFailed(const std::string& output) {
+  return "Can't make an OpenGL surface to fly on output '" + output + "'.";
+}
+std::string GrabTaken() {
+  return "Another program holds the keyboard or the pointer, so the screensaver can't take them and could not "
+         "be ended; it has not started.";
+}
+}  // namespace desktop_line
+
+DesktopEffects DesktopCore::End(int status, const std::string& line) {
+  if (ended_) return {};
+  ended_ = true;
+  return {{DesktopEffect::kEnd, 0, status, line}};
+}
+
+DesktopEffects DesktopCore::Carry(const std::vector<OutputChange>& changes) {
+  DesktopEffects effects;
+  for (const OutputChange& change : changes) {
+    remake_at_.erase(change.output);
+    if (change.kind == OutputChange::kLand) {
+      covered_.erase(change.output);
+      if (change.output == grabbing_) {
+        grabbing_ = 0;
+        grab_held_ = false;
+        grab_since_ = grab_retry_at_ = -1;
+      }
+    }
+    // Before the start the flights wait: the backend can't draw yet.
+    if (started_)
+      effects.push_back({change.kind == OutputChange::kFly ? DesktopEffect::kFly : DesktopEffect::kLand, change.output});
+  }
+  GrabIfLost(effects, now_);
+  return effects;
+}
+
+void DesktopCore::GrabIfLost(DesktopEffects& effects, int64_t now) {
+  if (!Saver() || !started_ || ended_ || grabbing_) return;
+  // The first output whose surface is there takes the keyboard and the pointer.
+  for (uint32_t output : plan_.FlyingOutputs()) {
+    if (remake_at_.count(output)) continue;
+    grabbing_ = output;
+    grab_held_ = false;
+    grab_since_ = now;
+    grab_retry_at_ = -1;
+    effects.push_back({DesktopEffect::kGrab, output});
+    return;
+  }
+}
+
+DesktopEffects DesktopCore::Started(int64_t now) {
+  now_ = now;
+  started_ = true;
+  if (!plan_.Wanted().empty() && !plan_.WantedPresent())
+    return End(2, NoSuchOutput(plan_.Wanted(), plan_.Names()));
+  DesktopEffects effects;
+  for (uint32_t output : plan_.FlyingOutputs()) effects.push_back({DesktopEffect::kFly, output});
+  GrabIfLost(effects, now);
+  return effects;
+}
+
+DesktopEffects DesktopCore::Added(uint32_t output) {
+  plan_.Added(output);
+  return {};
+}
+
+DesktopEffects DesktopCore::Described(uint32_t output, const std::string& name) {
+  return ended_ ? DesktopEffects{} : Carry(plan_.Described(output, name));
+}
+
+DesktopEffects DesktopCore::Removed(uint32_t output) {
+  return ended_ ? DesktopEffects{} : Carry(plan_.Removed(output));
+}
+
+DesktopEffects DesktopCore::Reshaped(uint32_t output) {
+  if (ended_ || !plan_.Flying(output) || remake_at_.count(output)) return {};
+  return Carry({{OutputChange::kLand, output}, {OutputChange::kFly, output}});
+}
+
+DesktopEffects DesktopCore::Closed(uint32_t output, int64_t now) {
+  now_ = now;
+  if (ended_ || !plan_.Flying(output) || remake_at_.count(output)) return {};
+  DesktopEffects effects = Carry({{OutputChange::kLand, output}});
+  remake_at_[output] = now + kRemakePause;
+  return effects;
+}
+
+DesktopEffects DesktopCore::Failed(const std::string& line) { return End(1, line); }
+
+DesktopEffects DesktopCore::Covered(uint32_t output, bool covered) {
+  if (ended_ || !plan_.Flying(output) || remake_at_.count(output)) return {};
+  if (covered) {
+    covered_.insert(output);
+    return {{DesktopEffect::kPause, output}};
+  }
+  covered_.erase(output);
+  return {{DesktopEffect::kResume, output}};
+}
+
+DesktopEffects DesktopCore::Input(const InputEvent& event) {
+  if (!Saver()) return {};
+  if (event.kind == InputKind::kMotion && !wake_.Pointer(event.output, event.x, event.y)) return {};
+  return End(0, "");
+}
+
+DesktopEffects DesktopCore::Signal() { return End(0, ""); }
+
+DesktopEffects DesktopCore::Grabbed(bool taken, int64_t now) {
+  now_ = now;
+  if (ended_ || !grabbing_) return {};
+  if (taken) {
+    grab_held_ = true;
+    grab_since_ = grab_retry_at_ = -1;
+    return {};
+  }
+  if (now - grab_since_ >= kGrabPatience) return End(1, desktop_line::GrabTaken());
+  grab_retry_at_ = now + kGrabRetry;
+  return {};
+}
+
+DesktopEffects DesktopCore::Lost(const std::string& display) { return End(1, desktop_line::DisplayGone(display)); }
+
+DesktopEffects DesktopCore::Tick(int64_t now) {
+  now_ = now;
+  if (ended_) return {};
+  std::vector<OutputChange> due;
+  for (const auto& [output, at] : remake_at_)
+    if (at <= now) due.push_back({OutputChange::kFly, output});
+  DesktopEffects effects = Carry(due);
+  if (grabbing_ && !grab_held_ && grab_retry_at_ >= 0 && grab_retry_at_ <= now) {
+    grab_retry_at_ = -1;
+    effects.push_back({DesktopEffect::kGrab, grabbing_});
+  }
+  return effects;
+}
+
+int64_t DesktopCore::NextDue() const {
+  if (ended_) return -1;
+  int64_t due = grabbing_ && !grab_held_ ? grab_retry_at_ : -1;
+  for (const auto& [output, at] : remake_at_)
+    if (due < 0 || at < due) due = at;
+  return due;
 }
 
 }  // namespace lumox

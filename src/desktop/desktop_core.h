@@ -1,10 +1,14 @@
 #pragma once
-// Which outputs carry a flight, as outputs come and go. Pure bookkeeping: the hosts feed it what
-// the display server says and carry out the flights it asks for.
+// The desktop modes' logic, written once for every platform: which outputs fly, what ends the
+// saver, what a covered output does, and how the process ends. Pure: a backend feeds it what the
+// display server says, with the time, and carries out the effects it gives.
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
+
+#include "desktop/desktop_mode.h"
 
 namespace lumox {
 
@@ -25,10 +29,11 @@ class OutputPlan {
   std::vector<OutputChange> Described(uint32_t output, const std::string& name);
   // The output went away (unplugged or disabled): its flight, if any, lands. The others go on.
   std::vector<OutputChange> Removed(uint32_t output);
-  // The display server took the output's flight away: one is made anew while the output exists.
-  std::vector<OutputChange> Closed(uint32_t output);
 
   bool Flying(uint32_t output) const;
+  // The outputs with a flight, in the order they came.
+  std::vector<uint32_t> FlyingOutputs() const;
+  const std::string& Wanted() const { return wanted_; }
   // The described outputs' names, in the order they came.
   std::vector<std::string> Names() const;
   // Whether the wanted output (or, with none wanted, any output) is there.
@@ -62,6 +67,100 @@ class WakeWatch {
   bool seen_ = false;
   uint32_t output_ = 0;
   double x_ = 0.0, y_ = 0.0;
+};
+
+// What the user did, as the platform reports it. Releases are never reported: a saver started
+// by a key binding would end as the key comes up.
+enum class InputKind { kKey, kButton, kWheel, kTouch, kMotion };
+struct InputEvent {
+  InputKind kind;
+  uint32_t output = 0;     // where the pointer is, for kMotion
+  double x = 0.0, y = 0.0;  // in logical pixels on that output
+};
+
+struct DesktopEffect {
+  enum Kind {
+    kFly,     // make the output's surface and fly on it
+    kLand,    // drop the output's flight and surface
+    kPause,   // the output's flight draws nothing: both timers stop
+    kResume,  // it flies again
+    kGrab,    // the saver takes the keyboard and the pointer on this output's surface
+    kEnd,     // the process ends with `status`, after saying `line` unless it is empty
+  } kind;
+  uint32_t output = 0;
+  int status = 0;
+  std::string line;
+  bool operator==(const DesktopEffect&) const = default;
+};
+using DesktopEffects = std::vector<DesktopEffect>;
+
+// The one-line errors of the desktop modes, each a sentence for "lumox: " to go before.
+namespace desktop_line {
+std::string NoDisplay();
+std::string DisplayGone(const std::string& display);  // "the Wayland compositor", "the X display ':1'"
+std::string Unreachable(const std::string& display);
+std::string NoLayerShell();
+std::string NoEgl();
+std::string SurfaceFailed(const std::string& output);
+std::string GrabTaken();
+}  // namespace desktop_line
+
+class DesktopCore {
+ public:
+  // A surface the display server closes is made anew after this pause, so a server that keeps
+  // closing it costs a surface a second, not a loop.
+  static constexpr int64_t kRemakePause = 1000;
+  // How long the saver asks for the keyboard and the pointer before it gives up, and how often.
+  static constexpr int64_t kGrabPatience = 5000;
+  static constexpr int64_t kGrabRetry = 50;
+
+  DesktopCore(DesktopRole role, std::string wanted) : role_(role), plan_(std::move(wanted)) {}
+
+  // The outputs there are at the start have been announced and described: the flights begin,
+  // or the process ends for an output asked for that is not there (status 2).
+  DesktopEffects Started(int64_t now);
+  DesktopEffects Added(uint32_t output);
+  DesktopEffects Described(uint32_t output, const std::string& name);
+  DesktopEffects Removed(uint32_t output);
+  // The output's size or place changed where the surface can't follow: it is made anew at once.
+  DesktopEffects Reshaped(uint32_t output);
+  // The display server closed the output's surface.
+  DesktopEffects Closed(uint32_t output, int64_t now);
+  // The output's surface could not be made or drawn on: `line` says why, and the process ends.
+  DesktopEffects Failed(const std::string& line);
+  DesktopEffects Covered(uint32_t output, bool covered);
+  DesktopEffects Input(const InputEvent& event);
+  // SIGTERM, SIGINT, SIGHUP: the end, as at a logout.
+  DesktopEffects Signal();
+  DesktopEffects Grabbed(bool taken, int64_t now);
+  // The connection to the display server broke.
+  DesktopEffects Lost(const std::string& display);
+  // Whatever falls due by `now`: surfaces to make anew, grabs to ask for again.
+  DesktopEffects Tick(int64_t now);
+  // When Tick is next due; -1 for never.
+  int64_t NextDue() const;
+
+  const OutputPlan& Plan() const { return plan_; }
+  bool Ended() const { return ended_; }
+  bool HasStarted() const { return started_; }
+
+ private:
+  DesktopEffects Carry(const std::vector<OutputChange>& changes);
+  DesktopEffects End(int status, const std::string& line);
+  void GrabIfLost(DesktopEffects& effects, int64_t now);
+  bool Saver() const { return role_ == DesktopRole::kSaver; }
+
+  DesktopRole role_;
+  OutputPlan plan_;
+  WakeWatch wake_;
+  bool started_ = false, ended_ = false;
+  std::set<uint32_t> covered_;
+  std::map<uint32_t, int64_t> remake_at_;  // closed surfaces waiting for their pause
+  // The saver's output whose surface holds the keyboard and the pointer, once asked for.
+  uint32_t grabbing_ = 0;
+  bool grab_held_ = false;
+  int64_t grab_since_ = -1, grab_retry_at_ = -1;
+  int64_t now_ = 0;
 };
 
 }  // namespace lumox

@@ -46,12 +46,20 @@ void Flight::TakeOff(const Settings& settings) {
 
 void Flight::ResetTimer2Period() { timer2_.SetPeriod(Timer2Period(StarMax, Speed)); }
 
+Flight::~Flight() { timer1_.stop(); }
+
+void Flight::Pause() {
+  // A flight not yet off the ground (or paused already) has nothing to stop.
+  if (!timer1_.isActive()) return;
+  // Nothing wakes the process while the flight is paused: no shading, no sweep.
+  timer1_.stop();
+  timer2_.Stop();
+  paused_ = true;
+}
+
 void Flight::Timer1_Action() {
   if (target_ && !target_->TakesFrames()) {
-    // Nothing wakes the process while the screen takes no frames: no shading, no sweep.
-    timer1_.stop();
-    timer2_.Stop();
-    paused_ = true;
+    Pause();
     return;
   }
   ShadeStars(*this);

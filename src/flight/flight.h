@@ -17,7 +17,7 @@ class Flight : public StarField {
   Flight();
   Flight(const Flight&) = delete;
   Flight& operator=(const Flight&) = delete;
-  virtual ~Flight() = default;
+  virtual ~Flight();
 
   void SetTarget(DrawTarget* target) { target_ = target; }
   DrawTarget* Target() const { return target_; }
@@ -45,6 +45,7 @@ class Flight : public StarField {
   // Both timers stop while the target takes no frames; Resume starts them again (the next frame
   // comes one tick later). The flight stands still meanwhile, as no frame moves it.
   bool Paused() const { return paused_; }
+  void Pause();
   void Resume();
 
  private:

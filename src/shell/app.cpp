@@ -86,14 +86,17 @@ void OnSignal(int) {
 }
 }  // namespace
 
-void QuitOnSignals() {
+void QuitOnSignals(std::function<void()> quit) {
   // A signal handler may do next to nothing; it wakes the event loop, which quits.
   if (socketpair(AF_UNIX, SOCK_STREAM, 0, g_signal_pipe) != 0) return;
   auto* notifier = new QSocketNotifier(g_signal_pipe[0], QSocketNotifier::Read, qApp);
-  QObject::connect(notifier, &QSocketNotifier::activated, [] {
+  QObject::connect(notifier, &QSocketNotifier::activated, [quit = std::move(quit)] {
     char byte;
     [[maybe_unused]] const ssize_t n = read(g_signal_pipe[0], &byte, 1);
-    QuitApplication();
+    if (quit)
+      quit();
+    else
+      QuitApplication();
   });
   struct sigaction action {};
   action.sa_handler = OnSignal;

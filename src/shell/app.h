@@ -33,8 +33,9 @@ class MainMenuBar {
 // event loop ends.
 void QuitApplication();
 
-// SIGTERM, SIGINT and SIGHUP (a logout, Ctrl+C in a terminal) quit the same way as Ctrl+Q.
-void QuitOnSignals();
+// SIGTERM, SIGINT and SIGHUP (a logout, Ctrl+C in a terminal) quit the same way as Ctrl+Q, or
+// call `quit` where one is given.
+void QuitOnSignals(std::function<void()> quit = {});
 
 // The display's closing step also runs when the process ends by exit() from inside the event
 // loop, as Qt and Xlib end it when the X server goes away. Call once the application exists.

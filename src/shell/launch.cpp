@@ -5,8 +5,10 @@
 #include <QScreen>
 #include <cstdio>
 
+#include "desktop/desktop_host.h"
 #include "desktop/wayland/wayland_backend.h"
 #include "desktop/x11/x11_backend.h"
+#include "desktop/x11/x11_probe.h"
 
 #include "flight/flight_options.h"
 #include "display/surface_window.h"
@@ -65,9 +67,9 @@ void ShowStartWindow(bool on_flight_screen) {
   start->show();
 }
 
-std::unique_ptr<EmbeddedFlight> StartDisplayMode(const CommandLine& line, QString& error) {
+std::unique_ptr<WindowFlight> StartDisplayMode(const CommandLine& line, QString& error) {
   if (QGuiApplication::platformName() != QLatin1String("xcb")) {
-    error = QStringLiteral("'--root' and '--window-id' draw into X11 windows, and this display is not X11.");
+    error = QStringLiteral("This display is not X11, and '--root' and '--window-id' draw into X11 windows.");
     return nullptr;
   }
   uint32_t window = line.window_id.value_or(0);
@@ -75,7 +77,7 @@ std::unique_ptr<EmbeddedFlight> StartDisplayMode(const CommandLine& line, QStrin
   const bool desktop = !window;
   if (desktop) window = X11VirtualRoot();
   const SettingOptions options = line.settings;
-  auto flight = std::make_unique<EmbeddedFlight>(
+  auto flight = std::make_unique<WindowFlight>(
       window, [options](int width) { return StartingSettings(width, options); }, [] { QCoreApplication::exit(0); },
       desktop);
   if (!flight->Open()) {
@@ -91,56 +93,33 @@ Settings StartingSettings(int width, const SettingOptions& options) {
   return WithOptions(settings, options);
 }
 
-namespace {
-void SayError(const std::string& line) {
-  if (!line.empty()) std::fprintf(stderr, "lumox: %s\n", line.c_str());
-}
-
-// Starts either host and runs the loop until it ends; an output that is not there is a usage error.
-template <class Host>
-int Fly(Host& host, bool fps) {
-  SetFpsShown(fps);
-  std::string error;
-  if (const int status = host.Start(error)) {
-    SayError(error);
-    if (status == 2) std::fputs(qPrintable(UsageHint()), stderr);
-    return status;
-  }
-  QuitOnSignals();
-  return QCoreApplication::exec();
-}
-}  // namespace
-
 int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
   DesktopModeOptions options;
   options.role = line.saver ? DesktopRole::kSaver : DesktopRole::kWallpaper;
   options.layer = line.layer;
   options.output = line.output.toStdString();
   options.starting = [settings = line.settings](int width) { return StartingSettings(width, settings); };
-  const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
-  const bool wayland = !platform.startsWith("xcb") &&
-                       (!qEnvironmentVariableIsEmpty("WAYLAND_SOCKET") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"));
-  if (wayland) {
-    // Qt draws nothing here but the readout's text: it never opens the compositor's connection,
-    // which stays the host's own (one from WAYLAND_SOCKET can be taken only once).
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    WaylandHost host(options, [](int status, const std::string& error) {
-      SayError(error);
-      QCoreApplication::exit(status);
-    });
-    return Fly(host, line.fps);
-  }
-  if (qEnvironmentVariableIsEmpty("DISPLAY")) {
-    SayError("'--wallpaper' and '--saver' need a Wayland compositor with the layer shell or an X display, but "
-             "neither WAYLAND_DISPLAY nor DISPLAY is set.");
-    return 1;
-  }
-  ExitWithoutDisplay(argc, argv, true, {});
-  qputenv("QT_QPA_PLATFORM", "xcb");
+  const DisplayChoice::Host display = DecideDisplay(argc, argv, DisplayUse::kDesktop, {});
   QApplication app(argc, argv);
-  X11DesktopHost host(options, [] { QCoreApplication::exit(0); });
-  return Fly(host, line.fps);
+  LetGoOfX11Probe();
+  SetFpsShown(line.fps);
+  DesktopHost host(options, [](int status, const std::string& error) {
+    if (!error.empty()) std::fprintf(stderr, "lumox: %s\n", error.c_str());
+    QCoreApplication::exit(status);
+  });
+  std::unique_ptr<DesktopBackend> backend;
+  if (display == DisplayChoice::kWayland)
+    backend = std::make_unique<WaylandBackend>(host, host.Options());
+  else
+    backend = std::make_unique<X11Backend>(host, host.Options());
+  std::string error;
+  if (const int status = host.Start(std::move(backend), error)) {
+    std::fprintf(stderr, "lumox: %s\n", error.c_str());
+    if (status == 2) std::fputs(qPrintable(UsageHint()), stderr);
+    return status;
+  }
+  QuitOnSignals([&host] { host.Signalled(); });
+  return QCoreApplication::exec();
 }
 
 }  // namespace lumox

@@ -28,14 +28,14 @@ void ShowStartWindow(bool on_flight_screen);
 // --root in $XSCREENSAVER_WINDOW, else the virtual root. Starts with the settings file's values
 // (the defaults for the window's width without one) and the command line's over them. Gives no
 // flight and says why in `error` when it can't start. The process quits once the window is gone.
-std::unique_ptr<EmbeddedFlight> StartDisplayMode(const CommandLine& line, QString& error);
+std::unique_ptr<WindowFlight> StartDisplayMode(const CommandLine& line, QString& error);
 
 // The settings a flight alone starts with on a screen this wide: the settings file's values
 // (the defaults for the width without one) and the command line's over them. The file is only read.
 Settings StartingSettings(int width, const SettingOptions& options);
 
 // --wallpaper and --saver, from the application's start to its end: on a Wayland compositor
-// with the layer shell when one is named (Qt then never connects to it), else on X11. Gives
+// with the layer shell when one answers (Qt then never connects to it), else on X11. Gives
 // the exit status.
 int RunDesktopMode(int& argc, char** argv, const CommandLine& line);
 

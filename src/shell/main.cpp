@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <cstdio>
 
+#include "desktop/x11/x11_probe.h"
 #include "display/surface_window.h"
 #include "shell/app.h"
 #include "shell/command_line.h"
@@ -30,10 +31,10 @@ int main(int argc, char** argv) {
     return lumox::RunDesktopMode(argc, argv, early);
   }
   const bool display_mode = early.root || early.window_id;
-  lumox::ExitWithoutDisplay(argc, argv, display_mode, early.error);
-  // A screensaver's window is an X11 window, even where Qt would pick Wayland.
-  if (display_mode && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "xcb");
+  lumox::DecideDisplay(argc, argv, display_mode ? lumox::DisplayUse::kX11Window : lumox::DisplayUse::kWindows,
+                       early.error);
   QApplication app(argc, argv);
+  lumox::LetGoOfX11Probe();
   lumox::SetDesktopIdentity();
   // Qt has taken out the options it knows (-platform and the rest); what is left is ours.
   const lumox::CommandLine options = lumox::ParseCommandLine(QCoreApplication::arguments());
@@ -43,7 +44,7 @@ int main(int argc, char** argv) {
 
   if (options.root || options.window_id) {
     QString error;
-    const std::unique_ptr<lumox::EmbeddedFlight> flight = lumox::StartDisplayMode(options, error);
+    const std::unique_ptr<lumox::WindowFlight> flight = lumox::StartDisplayMode(options, error);
     if (!flight) {
       std::fputs(qPrintable(QStringLiteral("lumox: ") + error + QLatin1Char('\n')), stderr);
       return 1;

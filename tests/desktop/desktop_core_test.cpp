@@ -21,10 +21,7 @@ TEST(OutputPlan, OutputsComeAndGoAndOnlyTheirOwnFlightsChange) {
   EXPECT_TRUE(plan.Flying(3));
   EXPECT_EQ(plan.Removed(7), std::vector<C>{});  // gone already
   EXPECT_EQ(plan.Described(7, "DP-1"), std::vector<C>{});  // a late event of a removed output
-  // The surface closed by the compositor is made anew, while its output is there.
-  EXPECT_EQ(plan.Closed(3), (std::vector<C>{{C::kLand, 3}, {C::kFly, 3}}));
   EXPECT_EQ(plan.Removed(3), (std::vector<C>{{C::kLand, 3}}));
-  EXPECT_EQ(plan.Closed(3), std::vector<C>{});
   EXPECT_TRUE(plan.Names().empty());
   EXPECT_FALSE(plan.WantedPresent());  // none left: the host waits for one
   plan.Added(9);
@@ -39,7 +36,6 @@ TEST(OutputPlan, OneWantedOutputAloneFliesAndARenameFollowsIt) {
   EXPECT_FALSE(plan.WantedPresent());
   EXPECT_EQ(plan.Described(2, "DP-2"), (std::vector<C>{{C::kFly, 2}}));
   EXPECT_TRUE(plan.WantedPresent());
-  EXPECT_EQ(plan.Closed(1), std::vector<C>{});
   EXPECT_EQ(plan.Described(2, "DP-9"), (std::vector<C>{{C::kLand, 2}}));
   EXPECT_EQ(plan.Described(1, "DP-2"), (std::vector<C>{{C::kFly, 1}}));
   EXPECT_EQ(NoSuchOutput("X", plan.Names()), "No output 'X'; the outputs are DP-2, DP-9.");

@@ -1,5 +1,6 @@
 // The command line of the real program: answers on the terminal, and flights started straight
 // away, windowed, on another monitor and with the frames-per-second readout.
+#include <signal.h>
 #include <sys/stat.h>
 #include <xcb/xcb.h>
 
@@ -83,6 +84,7 @@ TEST(CliE2E, HelpVersionAndBadArgumentsAnswerOnTheTerminalAndOpenNoWindow) {
       {"-display " + lumox.Display() + " --go --bogus", "Unknown option 'bogus'."},
       {"--go --screen 2", "No screen '2'; the screens are 0 (OUT-1), 1 (OUT-2)."},
       {"--saver --output DP-1", "No output 'DP-1'; the outputs are OUT-1, OUT-2."},
+      {"--wallpaper --speed fast", "'--speed' needs a number, not 'fast'."},
   };
   for (const auto& [args, error] : bad) {
     const Outcome outcome = RunLumox(lumox, args);
@@ -98,11 +100,11 @@ TEST(CliE2E, HelpVersionAndBadArgumentsAnswerOnTheTerminalAndOpenNoWindow) {
   // Anything else needs a display, and without one says so in one line.
   const Outcome none = RunLumox(lumox, "", "-u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM");
   EXPECT_EQ(none.status, 1);
-  EXPECT_EQ(none.err, "lumox needs a graphical display, but neither DISPLAY nor WAYLAND_DISPLAY is set.\n");
+  EXPECT_EQ(none.err, "lumox: No graphical display: neither DISPLAY nor WAYLAND_DISPLAY is set.\n");
   const Outcome saver = RunLumox(lumox, "--saver", "-u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM");
   EXPECT_EQ(saver.status, 1);
-  EXPECT_EQ(saver.err, "lumox: '--wallpaper' and '--saver' need a Wayland compositor with the layer shell or an X "
-                       "display, but neither WAYLAND_DISPLAY nor DISPLAY is set.\n");
+  EXPECT_EQ(saver.err, "lumox: Neither WAYLAND_DISPLAY nor DISPLAY is set, and '--wallpaper' and '--saver' need a "
+                       "Wayland compositor with the layer shell or an X display.\n");
 }
 
 // A display that is named but gone (a stale DISPLAY after ssh, a Wayland socket of a dead
@@ -116,13 +118,13 @@ TEST(CliE2E, ADisplayThatDoesNotAnswerIsNamedInOneLineAfterABadOption) {
   const struct {
     std::string env, err;
   } dead[] = {
-      {no_w + x, "the X display '" + dead_x + "' can't be reached."},
-      {no_x + w, "the Wayland display 'lumox-gone' can't be reached."},
-      {x + w, "neither the Wayland display 'lumox-gone' nor the X display '" + dead_x + "' can be reached."},
-      {no_w + x + " XSCREENSAVER_WINDOW=0x1", "the X display '" + dead_x + "' can't be reached."},
+      {no_w + x, "The X display '" + dead_x + "' can't be reached."},
+      {no_x + w, "The Wayland display 'lumox-gone' can't be reached."},
+      {x + w, "Neither the Wayland display 'lumox-gone' nor the X display '" + dead_x + "' can be reached."},
+      {no_w + x + " XSCREENSAVER_WINDOW=0x1", "The X display '" + dead_x + "' can't be reached."},
   };
   for (const auto& [env, err] : dead) {
-    for (const char* args : {"", "--window", env.find("XSCREEN") != std::string::npos ? "--root" : "--go"}) {
+    for (const char* args : {"", "--window", "--wallpaper", env.find("XSCREEN") != std::string::npos ? "--root" : "--go"}) {
       const Outcome outcome = RunLumox(lumox, args, env);
       EXPECT_EQ(outcome.status, 1) << env << " " << args;
       EXPECT_EQ(outcome.err, "lumox: " + err + "\n") << env << " " << args;
@@ -134,11 +136,21 @@ TEST(CliE2E, ADisplayThatDoesNotAnswerIsNamedInOneLineAfterABadOption) {
     EXPECT_EQ(outcome.err, "lumox: '--speed' needs a number, not 'nan'.\n" + std::string(kHint)) << env;
   }
 
-  // A dead Wayland display before a live X one: the flight on X, without a word about Wayland.
+  // A dead Wayland display before a live X one: the flight on X, without a word about Wayland;
+  // the wallpaper too, whatever Qt's platform was set to.
   mkdir(lumox.File(".runtime").c_str(), 0700);
-  lumox.StartLumox({"--go"}, {"WAYLAND_DISPLAY=lumox-gone", "XDG_RUNTIME_DIR=" + lumox.File(".runtime")});
+  const std::vector<std::string> dead_wayland = {"WAYLAND_DISPLAY=lumox-gone", "XDG_RUNTIME_DIR=" + lumox.File(".runtime")};
+  lumox.StartLumox({"--go"}, dead_wayland);
   EXPECT_TRUE(lumox.WaitForLit(QRect(0, 0, 1024, 768), 1000, 30000));
   ASSERT_TRUE(lumox.Quit());
+  EXPECT_EQ(lumox.ExitStatus(), 0);
+  EXPECT_EQ(lumox.Stderr(), "");
+  std::vector<std::string> wallpaper_env = dead_wayland;
+  wallpaper_env.push_back("QT_QPA_PLATFORM=wayland");
+  lumox.StartLumox({"--wallpaper"}, wallpaper_env);
+  EXPECT_TRUE(lumox.WaitForLit(QRect(0, 0, 1024, 768), 1000, 30000));
+  lumox.Signal(SIGTERM);
+  ASSERT_TRUE(lumox.WaitForExit());
   EXPECT_EQ(lumox.ExitStatus(), 0);
   EXPECT_EQ(lumox.Stderr(), "");
 }

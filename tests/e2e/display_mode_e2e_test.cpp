@@ -188,7 +188,7 @@ TEST(DisplayModeE2E, TheSaverSettingsDialogOffersTheFiveSettingsAndLumoxTakesThe
   }
   // A Wayland desktop alone has no window for the mode to draw into.
   EXPECT_EQ(RunCommand("env -u DISPLAY WAYLAND_DISPLAY=wayland-0 " LUMOX_EXE " -root 2>&1; echo $?"),
-            "lumox: '--root' and '--window-id' draw into X11 windows, but DISPLAY is not set.\n1\n");
+            "lumox: DISPLAY is not set, and '--root' and '--window-id' draw into X11 windows.\n1\n");
 }
 
 }  // namespace

@@ -1,138 +1,171 @@
 #include "desktop/x11/x11_backend.h"
 
+#include <xcb/xcb.h>
+
+#include <QCoreApplication>
 #include <QCursor>
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QScreen>
-#include <QTimer>
 
-#include "desktop/x11/window_flight.h"
-#include "flight/opengl_surface.h"
 #include "desktop/x11/x11_windows.h"
+#include "flight/opengl_surface.h"
 
 namespace lumox {
 
-namespace {
-
-// One monitor's saver: a window of its own over the whole monitor, kept from the window manager
-// and above every window. Every key, button and move is the host's to judge.
-class SaverFlight : public Flight, public QObject {
+// One monitor's surface. The saver's is a window of its own over the whole monitor, kept from
+// the window manager; every key, button, wheel and move on it is the core's to judge. The
+// wallpaper's is the monitor's part of the root window, below every other window.
+class X11Surface : public OpenGLSurface {
  public:
-  SaverFlight(QScreen* screen, X11DesktopHost* host, const std::function<Settings(int)>& starting)
-      : host_(host), surface_([this] { Event_Paint(); }) {
-    SetTarget(&surface_);
-    surface_.setFlag(Qt::WindowTransparentForInput, false);
-    surface_.setFlags(Qt::Window | Qt::X11BypassWindowManagerHint | Qt::FramelessWindowHint |
-                      Qt::WindowStaysOnTopHint);
-    surface_.setScreen(screen);
-    surface_.setGeometry(screen->geometry());
-    surface_.setCursor(Qt::BlankCursor);
-    surface_.installEventFilter(this);
-    surface_.show();
-    surface_.raise();
-    TakeOff(starting(screen->geometry().width()));
+  X11Surface(X11Backend& backend, uint32_t output, QScreen* screen, bool saver, uint32_t root)
+      : OpenGLSurface([this] { Exposed(); }), backend_(backend), output_(output), saver_(saver) {
+    backend_.Register(output_, this);
+    if (saver) {
+      setFlag(Qt::WindowTransparentForInput, false);
+      setFlags(Qt::Window | Qt::X11BypassWindowManagerHint | Qt::FramelessWindowHint);
+      setScreen(screen);
+      setGeometry(screen->geometry());
+      setCursor(Qt::BlankCursor);
+    } else {
+      host_.reset(QWindow::fromWinId(root));
+      setParent(host_.get());
+      setFlag(Qt::BypassWindowManagerHint);
+      setGeometry(screen->geometry());  // the root window's part that the monitor shows
+    }
+    show();
+    WatchVisibility(static_cast<uint32_t>(winId()));
+    if (saver)
+      raise();
+    else
+      lower();
+    width_ = screen->geometry().width();
   }
-  ~SaverFlight() override { Timer1()->stop(); }
+  ~X11Surface() override {
+    backend_.Unregister(output_);
+    // Out of the root's stand-in, which would delete its children with it.
+    destroy();
+    setParent(nullptr);
+  }
 
-  bool eventFilter(QObject*, QEvent* event) override {
+  bool TakesFrames() const override { return !covered_; }
+  uint32_t Output() const { return output_; }
+  bool Saver() const { return saver_; }
+  void SetCovered(bool covered) {
+    if (covered == covered_) return;
+    covered_ = covered;
+    backend_.Sink().SurfaceCovered(output_, covered);
+  }
+
+ protected:
+  bool event(QEvent* event) override {
+    if (!saver_) return OpenGLSurface::event(event);
     switch (event->type()) {
       case QEvent::KeyPress:
+        backend_.Sink().UserInput({InputKind::kKey});
+        return true;
       case QEvent::MouseButtonPress:
-        host_->UserPressed();
+        backend_.Sink().UserInput({InputKind::kButton});
         return true;
-      case QEvent::MouseMove:
-        host_->PointerAt(static_cast<QMouseEvent*>(event)->globalPosition());
+      case QEvent::Wheel:
+        backend_.Sink().UserInput({InputKind::kWheel});
         return true;
+      case QEvent::MouseMove: {
+        const QPointF at = static_cast<QMouseEvent*>(event)->globalPosition();
+        backend_.Sink().UserInput({InputKind::kMotion, 0, at.x(), at.y()});
+        return true;
+      }
       default:
-        return false;
+        return OpenGLSurface::event(event);
     }
   }
 
-  // The grabs succeed once the window is viewable and no other program holds them; until then
-  // they are asked for again.
-  void TakeInput() {
-    const bool keyboard = surface_.setKeyboardGrabEnabled(true);
-    const bool pointer = surface_.setMouseGrabEnabled(true);
-    if (!keyboard || !pointer) QTimer::singleShot(50, this, [this] { TakeInput(); });
+ private:
+  // The first exposure is the flight's start; later ones are repaints.
+  void Exposed() {
+    if (!ready_) {
+      ready_ = true;
+      backend_.Sink().SurfaceReady(output_, width_);
+    } else {
+      backend_.Sink().SurfaceRedraw(output_);
+    }
   }
 
- private:
-  X11DesktopHost* host_;
-  OpenGLSurface surface_;
+  X11Backend& backend_;
+  uint32_t output_;
+  bool saver_;
+  bool ready_ = false, covered_ = false;
+  int width_ = 0;
+  std::unique_ptr<QWindow> host_;
 };
 
-}  // namespace
+X11Backend::X11Backend(DesktopSink& sink, const DesktopModeOptions& options) : sink_(sink), options_(options) {}
 
-X11DesktopHost::X11DesktopHost(DesktopModeOptions options, std::function<void()> ended)
-    : options_(std::move(options)), ended_(std::move(ended)), plan_(options_.output) {}
+X11Backend::~X11Backend() {
+  if (QCoreApplication::instance()) QCoreApplication::instance()->removeNativeEventFilter(this);
+}
 
-X11DesktopHost::~X11DesktopHost() { flights_.clear(); }
-
-int X11DesktopHost::Start(std::string& error) {
+bool X11Backend::Connect(std::string&) {
+  root_ = X11VirtualRoot();
+  QCoreApplication::instance()->installNativeEventFilter(this);
   for (QScreen* screen : QGuiApplication::screens()) Added(screen);
-  if (!plan_.WantedPresent()) {
-    error = NoSuchOutput(options_.output, plan_.Names());
-    return 2;
-  }
   connect(qApp, &QGuiApplication::screenAdded, this, [this](QScreen* screen) { Added(screen); });
   connect(qApp, &QGuiApplication::screenRemoved, this, [this](QScreen* screen) {
     if (const uint32_t id = IdOf(screen)) {
-      Carry(plan_.Removed(id));
+      sink_.OutputRemoved(id);
       screens_.erase(id);
     }
   });
   // The pointer's place at the start is where a move is measured from.
-  wake_.Pointer(0, QCursor::pos().x(), QCursor::pos().y());
-  Carry({});
-  return 0;
+  sink_.UserInput({InputKind::kMotion, 0, QCursor::pos().x() * 1.0, QCursor::pos().y() * 1.0});
+  return true;
 }
 
-void X11DesktopHost::Added(QScreen* screen) {
+void X11Backend::Added(QScreen* screen) {
   const uint32_t id = next_id_++;
   screens_[id] = screen;
-  plan_.Added(id);
-  // A monitor that moves or changes size gets its flight anew, in its new place.
-  connect(screen, &QScreen::geometryChanged, this, [this, id] {
-    Carry(plan_.Closed(id));
-  });
-  Carry(plan_.Described(id, screen->name().toStdString()));
+  sink_.OutputAdded(id);
+  // A monitor that moves or changes size gets its surface anew, in its new place.
+  connect(screen, &QScreen::geometryChanged, this, [this, id] { sink_.OutputReshaped(id); });
+  sink_.OutputDescribed(id, screen->name().toStdString());
 }
 
-uint32_t X11DesktopHost::IdOf(QScreen* screen) const {
+uint32_t X11Backend::IdOf(QScreen* screen) const {
   for (const auto& [id, s] : screens_)
     if (s == screen) return id;
   return 0;
 }
 
-void X11DesktopHost::Carry(const std::vector<OutputChange>& changes) {
-  for (const OutputChange& change : changes)
-    if (change.kind == OutputChange::kLand) flights_.erase(change.output);
-  for (const auto& [id, screen] : screens_) {
-    if (!screen || !plan_.Flying(id) || flights_.count(id)) continue;
-    if (options_.role == DesktopRole::kSaver) {
-      flights_[id] = std::make_unique<SaverFlight>(screen, this, options_.starting);
-      continue;
+std::unique_ptr<DrawTarget> X11Backend::MakeSurface(uint32_t output) {
+  const auto found = screens_.find(output);
+  if (found == screens_.end() || !found->second) return nullptr;
+  return std::make_unique<X11Surface>(*this, output, found->second, options_.role == DesktopRole::kSaver, root_);
+}
+
+bool X11Backend::Grab(uint32_t output) {
+  const auto found = surfaces_.find(output);
+  if (found == surfaces_.end()) return false;
+  // Both succeed once the window is viewable and no other program holds them.
+  const bool keyboard = found->second->setKeyboardGrabEnabled(true);
+  const bool pointer = found->second->setMouseGrabEnabled(true);
+  return keyboard && pointer;
+}
+
+bool X11Backend::nativeEventFilter(const QByteArray& type, void* message, qintptr*) {
+  if (type != "xcb_generic_event_t") return false;
+  const auto* event = static_cast<const xcb_generic_event_t*>(message);
+  if ((event->response_type & 0x7f) != XCB_VISIBILITY_NOTIFY) return false;
+  const auto* visibility = static_cast<const xcb_visibility_notify_event_t*>(message);
+  for (const auto& [output, surface] : surfaces_) {
+    if (static_cast<uint32_t>(surface->winId()) != visibility->window) continue;
+    if (surface->Saver()) {
+      // A window mapped above the saver (a notification, a tooltip): the saver goes back on top.
+      if (visibility->state != XCB_VISIBILITY_UNOBSCURED) surface->raise();
+    } else {
+      surface->SetCovered(visibility->state == XCB_VISIBILITY_FULLY_OBSCURED);
     }
-    // The root window's part that the monitor shows, in the root's logical pixels.
-    auto flight = std::make_unique<EmbeddedFlight>(
-        X11VirtualRoot(), options_.starting, [] {}, true, screen->geometry());
-    if (flight->Open()) flights_[id] = std::move(flight);
   }
-  // One saver window holds the keyboard and the pointer; when its monitor goes, the next takes them.
-  if (options_.role == DesktopRole::kSaver && !flights_.count(grabbing_) && !flights_.empty()) {
-    grabbing_ = flights_.begin()->first;
-    static_cast<SaverFlight*>(flights_.begin()->second.get())->TakeInput();
-  }
-}
-
-void X11DesktopHost::UserPressed() {
-  if (ended_once_) return;
-  ended_once_ = true;
-  ended_();
-}
-
-void X11DesktopHost::PointerAt(QPointF global) {
-  if (wake_.Pointer(0, global.x(), global.y())) UserPressed();
+  return false;
 }
 
 }  // namespace lumox

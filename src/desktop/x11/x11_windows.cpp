@@ -56,15 +56,23 @@ std::optional<QSize> X11WindowSize(uint32_t window) {
   return QSize(geometry->width, geometry->height);
 }
 
-X11WindowWatcher::X11WindowWatcher(uint32_t window, std::function<void(QSize)> resized, std::function<void()> destroyed)
-    : window_(window), resized_(std::move(resized)), destroyed_(std::move(destroyed)) {
+namespace {
+// An event mask is per client and per window, and this program may have one on the window already.
+void AddEvents(uint32_t window, uint32_t events) {
   xcb_connection_t* c = Connection();
   if (!c) return;
-  // An event mask is per client and per window, and this program may have one on the root window.
   const auto attributes = Own(xcb_get_window_attributes_reply(c, xcb_get_window_attributes(c, window), nullptr));
-  const uint32_t mask = (attributes ? attributes->your_event_mask : 0) | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+  const uint32_t mask = (attributes ? attributes->your_event_mask : 0) | events;
   xcb_change_window_attributes(c, window, XCB_CW_EVENT_MASK, &mask);
   xcb_flush(c);
+}
+}  // namespace
+
+void WatchVisibility(uint32_t window) { AddEvents(window, XCB_EVENT_MASK_VISIBILITY_CHANGE); }
+
+X11WindowWatcher::X11WindowWatcher(uint32_t window, std::function<void(QSize)> resized, std::function<void()> destroyed)
+    : window_(window), resized_(std::move(resized)), destroyed_(std::move(destroyed)) {
+  AddEvents(window, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
   QCoreApplication::instance()->installNativeEventFilter(this);
 }
 

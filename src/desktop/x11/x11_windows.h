@@ -16,6 +16,10 @@ uint32_t X11VirtualRoot();
 // of another program's as 0 by 0, so the X server is asked.
 std::optional<QSize> X11WindowSize(uint32_t window);
 
+// Asks for the window's visibility changes (VisibilityNotify) on this program's connection, beside
+// the events it asked for already.
+void WatchVisibility(uint32_t window);
+
 // Passes on the resizes and the end of a window of another program's. Its StructureNotify events
 // are asked for on this program's connection, beside whatever this program asked for already.
 class X11WindowWatcher : public QAbstractNativeEventFilter {

@@ -1,0 +1,131 @@
+#include "desktop/desktop_host.h"
+
+#include <algorithm>
+
+namespace lumox {
+
+DesktopHost::DesktopHost(DesktopModeOptions options, std::function<void(int, const std::string&)> ended)
+    : options_(std::move(options)), ended_(std::move(ended)), core_(options_.role, options_.output) {
+  clock_.start();
+  due_.setSingleShot(true);
+  due_.setTimerType(Qt::PreciseTimer);
+  connect(&due_, &QTimer::timeout, this, [this] { Carry(core_.Tick(Now())); });
+}
+
+DesktopHost::~DesktopHost() {
+  while (!flights_.empty()) Land(flights_.begin()->first);
+  backend_.reset();
+}
+
+int DesktopHost::Start(std::unique_ptr<DesktopBackend> backend, std::string& error) {
+  backend_ = std::move(backend);
+  if (!backend_->Connect(error)) return 1;
+  const DesktopEffects effects = core_.Started(Now());
+  for (const DesktopEffect& effect : effects) {
+    if (effect.kind != DesktopEffect::kEnd) continue;
+    error = effect.line;
+    return effect.status;
+  }
+  Carry(effects);
+  return core_.Ended() ? 1 : 0;
+}
+
+void DesktopHost::Signalled() { Carry(core_.Signal()); }
+
+void DesktopHost::Carry(const DesktopEffects& effects) {
+  for (const DesktopEffect& effect : effects) {
+    const auto found = flights_.find(effect.output);
+    Flight* flight = found == flights_.end() ? nullptr : found->second.flight.get();
+    switch (effect.kind) {
+      case DesktopEffect::kFly: {
+        if (found != flights_.end()) break;
+        std::unique_ptr<DrawTarget> surface = backend_->MakeSurface(effect.output);
+        if (!surface) break;
+        // It takes off once the surface says it is ready, never inside MakeSurface.
+        Flying& entry = flights_[effect.output];
+        entry.flight = std::make_unique<Flight>();
+        entry.flight->SetTarget(surface.get());
+        entry.surface = std::move(surface);
+        break;
+      }
+      case DesktopEffect::kLand:
+        Land(effect.output);
+        break;
+      case DesktopEffect::kPause:
+        if (flight) flight->Pause();
+        break;
+      case DesktopEffect::kResume:
+        if (flight) flight->Resume();
+        break;
+      case DesktopEffect::kGrab:
+        Carry(core_.Grabbed(flight && backend_->Grab(effect.output), Now()));
+        break;
+      case DesktopEffect::kEnd:
+        due_.stop();
+        // The flights go with the host, once the loop has ended: this may be inside one's own event.
+        ended_(effect.status, effect.line);
+        return;
+    }
+  }
+  Schedule();
+}
+
+void DesktopHost::Land(uint32_t output) {
+  const auto found = flights_.find(output);
+  if (found == flights_.end()) return;
+  found->second.flight.reset();
+  found->second.surface.reset();
+  flights_.erase(found);
+}
+
+void DesktopHost::Schedule() {
+  const int64_t due = core_.NextDue();
+  if (due < 0) {
+    due_.stop();
+    return;
+  }
+  due_.start(static_cast<int>(std::max<int64_t>(due - Now(), 0)));
+}
+
+void DesktopHost::OutputAdded(uint32_t output) { Carry(core_.Added(output)); }
+void DesktopHost::OutputDescribed(uint32_t output, const std::string& name) { Carry(core_.Described(output, name)); }
+void DesktopHost::OutputRemoved(uint32_t output) { Carry(core_.Removed(output)); }
+void DesktopHost::OutputReshaped(uint32_t output) { Carry(core_.Reshaped(output)); }
+
+void DesktopHost::SurfaceReady(uint32_t output, int width) {
+  const auto found = flights_.find(output);
+  if (found == flights_.end()) return;
+  found->second.flight->TakeOff(options_.starting(width));
+}
+
+void DesktopHost::SurfaceRedraw(uint32_t output) {
+  const auto found = flights_.find(output);
+  if (found != flights_.end() && found->second.flight->Timer1()->isActive()) found->second.flight->Render();
+}
+
+void DesktopHost::SurfaceCovered(uint32_t output, bool covered) { Carry(core_.Covered(output, covered)); }
+
+void DesktopHost::SurfaceClosed(uint32_t output) {
+  // Not from inside the closed surface's own event: its flight goes once that has returned.
+  QMetaObject::invokeMethod(this, [this, output] { Carry(core_.Closed(output, Now())); }, Qt::QueuedConnection);
+}
+
+void DesktopHost::SurfaceFailed(const std::string& line) {
+  QMetaObject::invokeMethod(this, [this, line] { Carry(core_.Failed(line)); }, Qt::QueuedConnection);
+}
+
+void DesktopHost::UserInput(const InputEvent& event) { Carry(core_.Input(event)); }
+void DesktopHost::ConnectionLost(const std::string& display) { Carry(core_.Lost(display)); }
+
+std::vector<uint32_t> DesktopHost::FlyingOutputs() const {
+  std::vector<uint32_t> outputs;
+  for (const auto& [output, entry] : flights_) outputs.push_back(output);
+  return outputs;
+}
+
+const Flight* DesktopHost::FlightOn(uint32_t output) const {
+  const auto found = flights_.find(output);
+  return found == flights_.end() ? nullptr : found->second.flight.get();
+}
+
+}  // namespace lumox
