@@ -115,21 +115,23 @@ DesktopEffects DesktopCore::End(int status, const std::string& line) {
 DesktopEffects DesktopCore::Carry(const std::vector<OutputChange>& changes) {
   DesktopEffects effects;
   for (const OutputChange& change : changes) {
-    remake_at_.erase(change.output);
-    if (change.kind == OutputChange::kLand) {
-      covered_.erase(change.output);
-      if (change.output == grabbing_) {
-        grabbing_ = 0;
-        grab_held_ = false;
-        grab_since_ = grab_retry_at_ = -1;
-      }
-    }
+    // A surface waiting to be made anew has landed already.
+    if (remake_at_.erase(change.output) && change.kind == OutputChange::kLand) continue;
+    if (change.kind == OutputChange::kLand) Landed(change.output);
     // Before the start the flights wait: the backend can't draw yet.
     if (started_)
       effects.push_back({change.kind == OutputChange::kFly ? DesktopEffect::kFly : DesktopEffect::kLand, change.output});
   }
   GrabIfLost(effects, now_);
   return effects;
+}
+
+void DesktopCore::Landed(uint32_t output) {
+  covered_.erase(output);
+  if (output != grabbing_) return;
+  grabbing_ = 0;
+  grab_held_ = false;
+  grab_since_ = grab_retry_at_ = -1;
 }
 
 void DesktopCore::GrabIfLost(DesktopEffects& effects, int64_t now) {
@@ -178,8 +180,10 @@ DesktopEffects DesktopCore::Reshaped(uint32_t output) {
 DesktopEffects DesktopCore::Closed(uint32_t output, int64_t now) {
   now_ = now;
   if (ended_ || !plan_.Flying(output) || remake_at_.count(output)) return {};
-  DesktopEffects effects = Carry({{OutputChange::kLand, output}});
+  Landed(output);
   remake_at_[output] = now + kRemakePause;
+  DesktopEffects effects{{DesktopEffect::kLand, output}};
+  GrabIfLost(effects, now);  // another surface holds the keyboard meanwhile
   return effects;
 }
 

@@ -148,6 +148,7 @@ class DesktopCore {
   DesktopEffects Carry(const std::vector<OutputChange>& changes);
   DesktopEffects End(int status, const std::string& line);
   void GrabIfLost(DesktopEffects& effects, int64_t now);
+  void Landed(uint32_t output);
   bool Saver() const { return role_ == DesktopRole::kSaver; }
 
   DesktopRole role_;

@@ -44,7 +44,10 @@ void Flight::TakeOff(const Settings& settings) {
   timer1_.start();
 }
 
-void Flight::ResetTimer2Period() { timer2_.SetPeriod(Timer2Period(StarMax, Speed)); }
+void Flight::ResetTimer2Period() {
+  timer2_.SetPeriod(Timer2Period(StarMax, Speed));
+  timer2_.Arm();  // a new StarMax may bring in stars the camera has passed
+}
 
 Flight::~Flight() { timer1_.stop(); }
 
@@ -77,7 +80,7 @@ void Flight::Timer2_Action() { lumox::Timer2_Action(*this); }
 
 bool Flight::Surface_Render() {
   const double ratio = target_ ? target_->PixelRatio() : 1.0;
-  if (FpsShown()) return RenderWithReadout(*this, MesaGl(), fps_readout_.Frame(), MesaOverlayGl(), ratio);
+  if (FpsShown()) return RenderWithReadout(*this, MesaGl(), fps_readout_.Frame(ratio), MesaOverlayGl(), ratio);
   return lumox::Surface_Render(*this, MesaGl(), ratio);
 }
 
@@ -90,12 +93,14 @@ bool Flight::Begin() {
 void Flight::Render() {
   if (!Begin()) return;
   Surface_Render();
+  timer2_.Arm();  // the camera moved: a sweep is due
   target_->Swap();
 }
 
 QImage Flight::RenderAndCapture() {
   if (!Begin()) return {};
   Surface_Render();
+  timer2_.Arm();
   QImage image(target_->DeviceWidth(), target_->DeviceHeight(), QImage::Format_RGBA8888);
   glReadBuffer(GL_BACK);
   glPixelStorei(GL_PACK_ALIGNMENT, 4);

@@ -1,5 +1,7 @@
 #include "flight/fps_overlay.h"
 
+#include <cmath>
+
 #include <cstdio>
 
 #include "flight/frame.h"
@@ -20,7 +22,8 @@ void DrawOverlay(const OverlayPicture& picture, int x, int y, const OverlayGlApi
 bool RenderWithReadout(StarField& field, const GlApi& gl, const OverlayPicture& readout, const OverlayGlApi& overlay_gl,
                        double device_pixel_ratio) {
   const bool result = Surface_Render(field, gl, device_pixel_ratio);
-  DrawOverlay(readout, kReadoutMargin, kReadoutMargin, overlay_gl);
+  const int margin = static_cast<int>(std::lround(kReadoutMargin * device_pixel_ratio));
+  DrawOverlay(readout, margin, margin, overlay_gl);
   return result;
 }
 

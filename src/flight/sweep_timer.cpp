@@ -22,7 +22,11 @@ void SweepTimer::SetPeriod(int64_t milliseconds) {
     timer_.stop();
     if (!loop_hook_) {
       loop_hook_ = connect(QAbstractEventDispatcher::instance(thread()), &QAbstractEventDispatcher::aboutToBlock,
-                           this, &SweepTimer::Fire);
+                           this, [this] {
+                             if (!armed_) return;
+                             armed_ = false;
+                             Fire();
+                           });
     }
   } else {
     disconnect(loop_hook_);
@@ -37,6 +41,7 @@ void SweepTimer::Stop() {
   disconnect(loop_hook_);
   loop_hook_ = {};
   period_ = -1;
+  armed_ = false;
 }
 
 void SweepTimer::Fire() { action_(); }

@@ -7,9 +7,10 @@
 
 namespace lumox {
 
-// A repeating timer whose period can be 0. A period of 0 (or less) fires once on every pass of
-// the event loop, just before it waits: every frame, key and slider event is then followed by a
-// sweep before the loop sleeps, without spinning the loop as a zero-interval timer would.
+// A repeating timer whose period can be 0. A period of 0 (or less) fires just before the event
+// loop waits, once after each Arm: each frame (and each change of StarMax or Speed) is then
+// followed by one sweep before the loop sleeps, without spinning the loop as a zero-interval
+// timer would, and without sweeping again on passes that moved nothing (another output's frame).
 class SweepTimer : public QObject {
   Q_OBJECT
  public:
@@ -19,6 +20,8 @@ class SweepTimer : public QObject {
   void SetPeriod(int64_t milliseconds);
   // No more sweeps until the next SetPeriod.
   void Stop();
+  // Something moved: the next pass of the loop sweeps, at a period of 0.
+  void Arm() { armed_ = true; }
   int64_t Period() const { return period_; }
 
  private:
@@ -27,6 +30,7 @@ class SweepTimer : public QObject {
   QTimer timer_;
   QMetaObject::Connection loop_hook_;
   int64_t period_ = -1;
+  bool armed_ = false;
 };
 
 }  // namespace lumox

@@ -1,4 +1,5 @@
 #include "desktop/desktop_core.h"
+#include "desktop/display_choice.h"
 
 #include <gtest/gtest.h>
 
@@ -50,6 +51,165 @@ TEST(WakeWatch, ThePointerWakesOnceItLeavesASmallCircleOrItsOutput) {
   EXPECT_FALSE(watch.Pointer(1, 105.0, 106.0));  // 7.8 away
   EXPECT_TRUE(watch.Pointer(1, 106.0, 106.0));   // 8.5 away
   EXPECT_TRUE(watch.Pointer(2, 100.0, 100.0));   // the same place on another output
+}
+
+using E = DesktopEffect;
+const DesktopEffects kNone;
+
+// A core whose outputs 1 and 2 are described before the start, as a backend's first roundtrip does.
+DesktopCore Begun(DesktopRole role, std::string wanted = {}) {
+  DesktopCore core(role, std::move(wanted));
+  for (uint32_t output : {1u, 2u}) {
+    EXPECT_EQ(core.Added(output), kNone);
+    EXPECT_EQ(core.Described(output, "OUT-" + std::to_string(output)), kNone);  // nothing flies before the start
+  }
+  return core;
+}
+
+TEST(DesktopCore, TheFlightsStartTogetherAndFollowTheOutputs) {
+  DesktopCore core = Begun(DesktopRole::kWallpaper);
+  EXPECT_EQ(core.Started(0), (DesktopEffects{{E::kFly, 1}, {E::kFly, 2}}));
+  core.Added(3);
+  EXPECT_EQ(core.Described(3, "OUT-3"), (DesktopEffects{{E::kFly, 3}}));
+  EXPECT_EQ(core.Removed(1), (DesktopEffects{{E::kLand, 1}}));
+  EXPECT_EQ(core.Reshaped(2), (DesktopEffects{{E::kLand, 2}, {E::kFly, 2}}));  // made anew at once
+  EXPECT_EQ(core.Reshaped(1), kNone);
+  // Input is the saver's business alone.
+  for (InputKind kind : {InputKind::kKey, InputKind::kButton, InputKind::kWheel, InputKind::kTouch})
+    EXPECT_EQ(core.Input({kind}), kNone);
+  EXPECT_EQ(core.NextDue(), -1);
+
+  DesktopCore one = Begun(DesktopRole::kWallpaper, "OUT-2");
+  EXPECT_EQ(one.Started(0), (DesktopEffects{{E::kFly, 2}}));
+  DesktopCore none = Begun(DesktopRole::kSaver, "DP-9");
+  EXPECT_EQ(none.Started(0), (DesktopEffects{{E::kEnd, 0, 2, "No output 'DP-9'; the outputs are OUT-1, OUT-2."}}));
+  EXPECT_EQ(none.Input({InputKind::kKey}), kNone);  // it ended once
+}
+
+TEST(DesktopCore, ASurfaceTheServerClosesIsMadeAnewAfterAPause) {
+  DesktopCore core = Begun(DesktopRole::kWallpaper);
+  core.Started(0);
+  EXPECT_EQ(core.Closed(1, 500), (DesktopEffects{{E::kLand, 1}}));
+  EXPECT_EQ(core.Closed(1, 600), kNone);  // closed again meanwhile: still one remake
+  EXPECT_EQ(core.Covered(1, false), kNone);  // no flight to resume while it waits
+  EXPECT_EQ(core.NextDue(), 500 + DesktopCore::kRemakePause);
+  EXPECT_EQ(core.Tick(500 + DesktopCore::kRemakePause - 1), kNone);
+  EXPECT_EQ(core.Tick(500 + DesktopCore::kRemakePause), (DesktopEffects{{E::kFly, 1}}));
+  EXPECT_EQ(core.NextDue(), -1);
+  // A server that keeps closing it gets one surface a second.
+  EXPECT_EQ(core.Closed(1, 1500), (DesktopEffects{{E::kLand, 1}}));
+  EXPECT_EQ(core.Tick(2499), kNone);
+  EXPECT_EQ(core.Tick(2500), (DesktopEffects{{E::kFly, 1}}));
+  // An output that goes while its surface waits is not made anew.
+  core.Closed(2, 3000);
+  EXPECT_EQ(core.Removed(2), kNone);
+  EXPECT_EQ(core.Tick(5000), kNone);
+}
+
+TEST(DesktopCore, ACoveredOutputPausesAndFliesAgainUncovered) {
+  DesktopCore core = Begun(DesktopRole::kWallpaper);
+  core.Started(0);
+  EXPECT_EQ(core.Covered(2, true), (DesktopEffects{{E::kPause, 2}}));
+  EXPECT_EQ(core.Covered(2, false), (DesktopEffects{{E::kResume, 2}}));
+  EXPECT_EQ(core.Covered(7, true), kNone);  // no such output
+}
+
+TEST(DesktopCore, TheSaverEndsOnAnyPressAndOnAPointerThatMovesAway) {
+  for (InputKind kind : {InputKind::kKey, InputKind::kButton, InputKind::kWheel, InputKind::kTouch}) {
+    DesktopCore core = Begun(DesktopRole::kSaver);
+    core.Started(0);
+    EXPECT_EQ(core.Input({kind}), (DesktopEffects{{E::kEnd, 0, 0, ""}})) << int(kind);
+    EXPECT_EQ(core.Input({kind}), kNone);  // once
+    EXPECT_TRUE(core.Ended());
+  }
+  DesktopCore core = Begun(DesktopRole::kSaver);
+  core.Started(0);
+  EXPECT_EQ(core.Input({InputKind::kMotion, 1, 10.0, 10.0}), kNone);  // where it was at the start
+  EXPECT_EQ(core.Input({InputKind::kMotion, 1, 15.0, 16.0}), kNone);
+  EXPECT_EQ(core.Input({InputKind::kMotion, 1, 16.0, 16.0}), (DesktopEffects{{E::kEnd, 0, 0, ""}}));
+  DesktopCore signalled = Begun(DesktopRole::kWallpaper);
+  EXPECT_EQ(signalled.Signal(), (DesktopEffects{{E::kEnd, 0, 0, ""}}));
+  DesktopCore lost = Begun(DesktopRole::kWallpaper);
+  EXPECT_EQ(lost.Lost("the Wayland compositor"), (DesktopEffects{{E::kEnd, 0, 1, "The Wayland compositor has gone away."}}));
+  DesktopCore failed = Begun(DesktopRole::kWallpaper);
+  EXPECT_EQ(failed.Failed("it broke"), (DesktopEffects{{E::kEnd, 0, 1, "it broke"}}));
+}
+
+TEST(DesktopCore, TheSaversGrabIsAskedForUntilItHoldsAndTakenAgainWhereverItsSurfaceGoes) {
+  DesktopCore core = Begun(DesktopRole::kSaver);
+  EXPECT_EQ(core.Started(1000), (DesktopEffects{{E::kFly, 1}, {E::kFly, 2}, {E::kGrab, 1}}));
+  EXPECT_EQ(core.Grabbed(false, 1000), kNone);
+  EXPECT_EQ(core.NextDue(), 1000 + DesktopCore::kGrabRetry);
+  EXPECT_EQ(core.Tick(1000 + DesktopCore::kGrabRetry), (DesktopEffects{{E::kGrab, 1}}));
+  EXPECT_EQ(core.Grabbed(true, 1060), kNone);
+  EXPECT_EQ(core.NextDue(), -1);
+  // Its surface made anew takes the grab again; the output gone, the next one takes it.
+  EXPECT_EQ(core.Reshaped(1), (DesktopEffects{{E::kLand, 1}, {E::kFly, 1}, {E::kGrab, 1}}));
+  core.Grabbed(true, 1100);
+  EXPECT_EQ(core.Closed(1, 1200), (DesktopEffects{{E::kLand, 1}, {E::kGrab, 2}}));
+  core.Grabbed(true, 1200);
+  EXPECT_EQ(core.Tick(2200), (DesktopEffects{{E::kFly, 1}}));  // back, but 2 holds the grab
+  EXPECT_EQ(core.Removed(2), (DesktopEffects{{E::kLand, 2}, {E::kGrab, 1}}));
+
+  // Another program holds them: the saver gives up after a while, in one line.
+  DesktopCore held = Begun(DesktopRole::kSaver);
+  held.Started(0);
+  int64_t now = 0;
+  DesktopEffects told;
+  for (int asked = 0; asked < 1000 && told.empty(); ++asked) {
+    told = held.Grabbed(false, now);
+    if (!told.empty()) break;
+    now = held.NextDue();
+    ASSERT_EQ(held.Tick(now), (DesktopEffects{{E::kGrab, 1}})) << now;
+  }
+  EXPECT_EQ(now, DesktopCore::kGrabPatience);  // asked every kGrabRetry until then
+  EXPECT_EQ(told, (DesktopEffects{{E::kEnd, 0, 1, desktop_line::GrabTaken()}}));
+  // The wallpaper never grabs.
+  DesktopCore wallpaper = Begun(DesktopRole::kWallpaper);
+  EXPECT_EQ(wallpaper.Started(0), (DesktopEffects{{E::kFly, 1}, {E::kFly, 2}}));
+}
+
+// Which display a mode starts on, from what is named and what answers.
+TEST(DisplayChoice, TheDesktopModesTakeWhatAnswersWhateverQtWasToldAndTheWindowsFollowQt) {
+  const auto facts = [](std::string platform, std::string wayland, std::string x, bool wayland_lives, bool x_lives) {
+    DisplayFacts f;
+    f.qt_platform = std::move(platform);
+    f.wayland_display = std::move(wayland);
+    f.x_display = std::move(x);
+    f.wayland_answers = [wayland_lives](const std::string&) { return wayland_lives; };
+    f.x_answers = [x_lives](const std::string&) { return x_lives; };
+    return f;
+  };
+  using C = DisplayChoice;
+  const struct {
+    DisplayUse use;
+    DisplayFacts facts;
+    C::Host host;
+    std::string platform, error;
+  } cases[] = {
+      {DisplayUse::kDesktop, facts("xcb", "wayland-1", ":0", true, true), C::kWayland, "offscreen", ""},
+      {DisplayUse::kDesktop, facts("", "wayland-1", ":0", false, true), C::kX11, "xcb", ""},
+      {DisplayUse::kDesktop, facts("wayland", "", ":0", false, true), C::kX11, "xcb", ""},
+      {DisplayUse::kDesktop, facts("", "w", ":3", false, false), C::kQt, "",
+       "Neither the Wayland display 'w' nor the X display ':3' can be reached."},
+      {DisplayUse::kDesktop, facts("", "w", "", false, false), C::kQt, "", "The Wayland display 'w' can't be reached."},
+      {DisplayUse::kDesktop, facts("", "", "", true, true), C::kQt, "", desktop_line::NoDisplay()},
+      {DisplayUse::kWindows, facts("", "wayland-1", ":0", true, true), C::kQt, "", ""},
+      {DisplayUse::kWindows, facts("", "wayland-1", ":0", false, true), C::kQt, "xcb", ""},
+      {DisplayUse::kWindows, facts("xcb", "wayland-1", ":0", true, false), C::kQt, "",
+       "The X display ':0' can't be reached."},
+      {DisplayUse::kWindows, facts("offscreen", "", "", false, false), C::kQt, "", ""},
+      {DisplayUse::kX11Window, facts("", "wayland-1", ":0", true, true), C::kQt, "xcb", ""},
+  };
+  for (const auto& c : cases) {
+    const DisplayChoice choice = ChooseDisplay(c.use, c.facts);
+    EXPECT_EQ(choice.host, c.host) << c.facts.qt_platform << " " << c.facts.wayland_display;
+    EXPECT_EQ(choice.qt_platform, c.platform) << c.facts.qt_platform << " " << c.facts.wayland_display;
+    EXPECT_EQ(choice.error, c.error);
+  }
+  DisplayFacts handed = facts("", "", "", false, false);
+  handed.wayland_socket = "5";
+  EXPECT_EQ(ChooseDisplay(DisplayUse::kDesktop, handed).host, C::kWayland);
 }
 
 }  // namespace

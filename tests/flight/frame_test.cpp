@@ -114,7 +114,7 @@ TEST(Frame, AFlightOfThirtyDaysKeepsItsStepAndItsScale) {
 // The frames-per-second readout is laid over the finished frame, in state of its own saved and
 // given back; before its first reading there is no picture and the frame is all there is. On a
 // HiDPI screen GL sizes points in device pixels: the size sent is StarSize times the window's
-// ratio, under the readout too, and nothing else in the frame changes.
+// ratio, under the readout too, and nothing else in the frame changes but the readout's margin.
 TEST(Frame, TheReadoutFollowsTheFrameAndPointsAreSizedInDevicePixels) {
   const auto calls = [](double ratio, OverlayPicture readout) {
     StarField field{.StarMax = 3, .StarSize = 1.44f};
@@ -129,8 +129,10 @@ TEST(Frame, TheReadoutFollowsTheFrameAndPointsAreSizedInDevicePixels) {
   read.insert(read.end(), {Call("glPushAttrib", 0x4001), Call("glEnable", 0x0BE2), Call("glBlendFunc", 1, 0x0303),
                            Call("glWindowPos2i", 8, 8), Call("glDrawPixels", 3, 2, 0x1908, 0x1401), Call("glPopAttrib")});
   const unsigned char pixels[3 * 2 * 4] = {};
-  for (const auto& [ratio, bits] : {std::pair{1.0, 0x3FB851ECu}, {2.0, 0x403851ECu}, {1.25, 0x3FE66667u}}) {
+  // The readout keeps its place in logical pixels: its margin follows the ratio too.
+  for (const auto& [ratio, bits, margin] : {std::tuple{1.0, 0x3FB851ECu, 8}, {2.0, 0x403851ECu, 16}, {1.25, 0x3FE66667u, 10}}) {
     frame[6] = read[6] = Call("glPointSize", testing::FromBits(bits));
+    read[read.size() - 3] = Call("glWindowPos2i", margin, margin);
     EXPECT_EQ(calls(ratio, {}), frame) << ratio;
     EXPECT_EQ(calls(ratio, {3, 2, pixels}), read) << ratio;
   }

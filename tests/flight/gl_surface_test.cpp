@@ -62,6 +62,33 @@ TEST(FpsReadout, ItIsBlendedOverTheFrameAndGivesItsGlStateBack) {
   EXPECT_NEAR(box[0], 255 - 160, 2);  // white under black of alpha 160, left of the text
 }
 
+// What a covered output does: nothing wakes the process while paused, and a flight resumed
+// recycles again (a field never swept goes black within a minute and a half).
+TEST(Flight, APauseStopsBothTimersAndAResumeStartsBoth) {
+  struct Covered : DrawTarget {
+    bool MakeCurrent() override { return false; }
+    int DeviceWidth() const override { return 800; }
+    int DeviceHeight() const override { return 600; }
+    double PixelRatio() const override { return 1.0; }
+    void Swap() override {}
+  } target;
+  Flight flight;
+  flight.SetTarget(&target);
+  flight.Pause();
+  EXPECT_FALSE(flight.Paused());  // nothing to pause before take-off
+  for (const auto& [speed, stars] : {std::pair{0.1f, int64_t{50000}}, {0.0035f, int64_t{20000}}}) {
+    flight.TakeOff({.Speed = speed, .StarMax = stars});
+    const int64_t period = flight.Timer2()->Period();
+    ASSERT_EQ(period, Timer2Period(stars, speed));
+    flight.Pause();
+    EXPECT_TRUE(flight.Paused() && !flight.Timer1()->isActive());
+    EXPECT_EQ(flight.Timer2()->Period(), -1) << speed;  // stopped, even at a period of 0
+    flight.Resume();
+    EXPECT_TRUE(!flight.Paused() && flight.Timer1()->isActive());
+    EXPECT_EQ(flight.Timer2()->Period(), period) << speed;
+  }
+}
+
 // GL draws pictures from the bottom row up: the readout's rows come in that order, so its text
 // stands upright on the screen.
 TEST(FpsReadout, ItsPictureIsTheTextWithItsBottomRowFirst) {
@@ -71,6 +98,13 @@ TEST(FpsReadout, ItsPictureIsTheTextWithItsBottomRowFirst) {
   const QImage given(static_cast<const uchar*>(picture.pixels), picture.width, picture.height,
                      QImage::Format_RGBA8888_Premultiplied);
   EXPECT_EQ(given.mirrored(), ReadoutPicture(readout.Text()));
+  // On an output of scale 2 the same text, twice the size, at once.
+  const OverlayPicture twice = readout.Frame(2.0);
+  const QImage at_two(static_cast<const uchar*>(twice.pixels), twice.width, twice.height,
+                      QImage::Format_RGBA8888_Premultiplied);
+  EXPECT_EQ(at_two.mirrored(), ReadoutPicture(readout.Text(), 2.0));
+  EXPECT_NEAR(twice.height, 2 * picture.height, 2);
+  EXPECT_NEAR(twice.width, 2 * picture.width, 6);
 }
 
 }  // namespace
