@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# CPU of the wallpaper on a headless sway (one output visible, two visible, two covered by
-# full-screen windows) against the X11 display window of the same size, each over 10 s with the
-# same settings: 50000 stars at star size 1.92, the defaults of a 1920-wide screen.
+# CPU of the wallpaper on a headless sway (one, two and four outputs visible, two covered by
+# full-screen windows), in all and per output, against the X11 display window of the same size,
+# each over 10 s with the same settings: 50000 stars at star size 1.92, the defaults of a
+# 1920-wide screen.
 # Usage: bench/desktop_cost.sh [build]   (as root: sway runs as the user lumoxtest)
 set -eu
 build=$(realpath "${1:-build}")
@@ -19,11 +20,15 @@ user=(setpriv --reuid=lumoxtest --regid=lumoxtest --init-groups env -i HOME="$di
 cpu() {
   local a b
   a=$(awk '{print $14+$15}' /proc/"$1"/stat); sleep 10; b=$(awk '{print $14+$15}' /proc/"$1"/stat)
-  echo $(( (b - a) * 100 / $(getconf CLK_TCK) / 10 ))
+  awk -v t="$((b - a))" -v hz="$(getconf CLK_TCK)" 'BEGIN { printf "%.1f", t * 100 / hz / 10 }'
 }
 
 sway_run() {  # outputs, covered (0/1)
-  printf 'output HEADLESS-1 resolution 1920x1080\noutput HEADLESS-2 resolution 1920x1080 position 1920 0\nxwayland disable\n' > "$dir/sway"
+  : > "$dir/sway"
+  for o in $(seq "$1"); do
+    printf 'output HEADLESS-%s resolution 1920x1080 position %s 0\n' "$o" $(( (o - 1) * 1920 )) >> "$dir/sway"
+  done
+  echo 'xwayland disable' >> "$dir/sway"
   "${user[@]}" WLR_BACKENDS=headless WLR_RENDERER=pixman WLR_LIBINPUT_NO_DEVICES=1 WLR_HEADLESS_OUTPUTS="$1" \
     sway -c "$dir/sway" >/dev/null 2>&1 &
   until ls "$dir"/wayland-? >/dev/null 2>&1 && ls "$dir"/sway-ipc.* >/dev/null 2>&1; do sleep 0.1; done
@@ -47,8 +52,10 @@ sway_run() {  # outputs, covered (0/1)
   rm -f "$dir"/wayland-* "$dir"/sway-ipc.*
 }
 
-echo "sway, one output visible:  $(sway_run 1 0)% of a core"
-echo "sway, two outputs visible: $(sway_run 2 0)% of a core"
+for n in 1 2 4; do
+  c=$(sway_run "$n" 0)
+  echo "sway, $n output(s) visible: $c% of a core, $(awk -v c="$c" -v n="$n" 'BEGIN { printf "%.1f", c / n }')% per output"
+done
 echo "sway, two outputs covered: $(sway_run 2 1)% of a core"
 x11=$(XDG_DATA_HOME="$dir/data" xvfb-run -a -s "-screen 0 1920x1080x24" "$(dirname "$0")/../scripts/with-openbox.sh" \
   sh -c "\"$dir/lumox\" --go & p=\$!; sleep 2; a=\$(awk '{print \$14+\$15}' /proc/\$p/stat); sleep 10;
