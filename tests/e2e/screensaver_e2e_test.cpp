@@ -94,6 +94,15 @@ TEST(ScreenSaverE2E, XScreenSaverNeverCoversANinetySecondFlightButCoversTheStart
   EXPECT_LT(most_idle, kIdleNudgeMs + 2000);
   EXPECT_GT(ServerIdleMs(control), 90000 - 10000);
 
+  // A blank the user asks for over the flight is left alone by the nudges.
+  flight.Shell("xscreensaver-command -activate >/dev/null 2>&1");
+  ASSERT_TRUE(WaitFor([&] { return SaverState(flight) > 0; }));
+  const Clock::time_point asked = Clock::now();
+  while (MsSince(asked) < 2 * kIdleNudgeMs + 1000 && SaverState(flight) > 0) SleepMs(500);
+  EXPECT_GT(SaverState(flight), 0) << "undone " << MsSince(asked) << " ms after it was asked for";
+  flight.Shell("xscreensaver-command -deactivate >/dev/null 2>&1");
+  ASSERT_TRUE(WaitFor([&] { return SaverState(flight) == 0; }));
+
   // ...and left to run once the flight is minimised.
   flight.Xdo("windowminimize --sync " + window);
   const Clock::time_point minimised = Clock::now();

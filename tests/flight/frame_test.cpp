@@ -93,9 +93,13 @@ TEST(Frame, AFlightOfThirtyDaysKeepsItsStepAndItsScale) {
   g_mesa_matrix = {};
   const int64_t days30 = 30LL * 24 * 3600 * 1000 / 30;
   float least = 1.0f, most = 0.0f, jump = 0.0f;
+  double turn = 0.0;  // the most the picture turned in one frame where the camera is made anew
+  const auto angle = [] { return std::atan2(double(g_mesa_matrix.m[1]), double(g_mesa_matrix.m[0])); };
   for (int64_t frame = 1; frame <= days30; ++frame) {
     const float before = field.CameraZ, scale = g_mesa_matrix.Scale(0);
+    const double was = frame % 1000 == 0 ? angle() : 0.0;
     Surface_Render(field, MesaMatrixApi());
+    if (frame % 1000 == 0) turn = std::max(turn, std::abs(std::remainder(angle() - was, 2.0 * M_PI)));
     jump = std::max(jump, std::abs(g_mesa_matrix.Scale(0) - scale));
     if (frame % 100 == 0) RecycleStars(field, half);
     if (frame > days30 - 100000 && field.CameraZ <= before) {  // not a rebase
@@ -109,6 +113,7 @@ TEST(Frame, AFlightOfThirtyDaysKeepsItsStepAndItsScale) {
   EXPECT_NEAR(g_mesa_matrix.Scale(0), 1.0, 0.001);
   EXPECT_NEAR(g_mesa_matrix.Scale(1), 1.0, 0.001);
   EXPECT_LT(jump, 2e-4f);  // no frame moves a star 1000 pixels out by more than a fifth of a pixel
+  EXPECT_LT(turn, 1.01 * 0.1 * M_PI / 180.0);  // nor turns it by more than one frame's Rotn step
 }
 
 // The frames-per-second readout is laid over the finished frame, in state of its own saved and
