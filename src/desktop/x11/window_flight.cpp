@@ -9,8 +9,10 @@ WindowFlight::WindowFlight(uint32_t window, StartingSettings starting, std::func
       starting_(std::move(starting)),
       ended_(std::move(ended)),
       desktop_(desktop),
-      // The watcher's word is enough to know the window is there: no question to the server a frame.
-      surface_(std::make_unique<OpenGLSurface>([this] { flight_.Event_Paint(); }, [this] { return !gone_; })) {
+      // The watcher's word comes only once the window has gone, and a frame drawn in between
+      // crashes Mesa's software renderer: the server is asked before each use of the window.
+      surface_(std::make_unique<OpenGLSurface>([this] { flight_.Event_Paint(); },
+                                               [this] { return !gone_ && X11WindowSize(window_); })) {
   flight_.SetTarget(surface_.get());
 }
 
