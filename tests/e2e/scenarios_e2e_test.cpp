@@ -215,7 +215,8 @@ TEST_P(Scenario, TheSaverCoversEveryOutputAboveAWindowAndEndsOnAKeyOrThePointer)
     }
     ASSERT_TRUE(d->WaitForExit(3000)) << wake;
     EXPECT_EQ(d->ExitStatus(), 0) << wake;
-    EXPECT_TRUE(WaitFor([&] { return DifferentPixels(d->Screenshot(d->OutputName(0)), desktop) < 100; })) << wake;
+    int left = 0;
+    EXPECT_TRUE(WaitFor([&] { return (left = DifferentPixels(d->Screenshot(d->OutputName(0)), desktop)) < 100; })) << wake << " " << left;
   }
 }
 
