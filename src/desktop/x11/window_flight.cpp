@@ -1,8 +1,6 @@
 #include "desktop/x11/window_flight.h"
 
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 
 namespace lumox {
 
@@ -21,14 +19,16 @@ WindowFlight::WindowFlight(uint32_t window, StartingSettings starting, std::func
 WindowFlight::~WindowFlight() {
   flight_.Timer1()->stop();
   // With the host window its drawable is gone too, and Mesa's software renderer may crash
-  // flushing to it as the context goes, which the display's close does as well: with nothing
-  // left to show, the process ends here, before any of it is torn down.
-  if (host_ && (gone_ || !X11WindowSize(window_))) {
-    std::fflush(nullptr);
-    std::_Exit(0);
+  // flushing to it as the context goes: the surface (and the host that would delete it as its
+  // child) are left to the end of the process then.
+  if (HostGone()) {
+    (void)surface_.release();
+    (void)host_.release();
   }
   surface_.reset();  // before the host it is a child of
 }
+
+bool WindowFlight::HostGone() const { return host_ && (gone_ || !X11WindowSize(window_)); }
 
 bool WindowFlight::Open() {
   // Watched before its size is asked, so no resize falls between the two.
