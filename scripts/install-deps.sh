@@ -14,6 +14,8 @@ packages=(
   xfwm4 metacity i3-wm icewm sway wtype grim foot xprintidle
   # The hosts Lumox meets: the screensaver daemon and a session bus with a mocked service.
   xscreensaver xscreensaver-data dbus dbus-x11 python3-dbusmock
+  # A small X client of the tests' own: another program's grab and override-redirect window.
+  python3-xlib
   # Installing and packaging: the validators, dpkg-shlibdeps, lintian.
   desktop-file-utils appstream dpkg-dev fakeroot file lintian libxml2-utils
 )

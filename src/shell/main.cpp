@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <cstdio>
+#include <cstdlib>
 
 #include "desktop/x11/x11_probe.h"
 #include "display/surface_window.h"
@@ -50,7 +51,12 @@ int main(int argc, char** argv) {
       return 1;
     }
     lumox::QuitOnSignals();
-    return app.exec();
+    const int status = app.exec();
+    if (flight->HostGone()) {
+      std::fflush(nullptr);
+      std::_Exit(status);
+    }
+    return status;
   }
 
   lumox::MainMenuBar::Instance();

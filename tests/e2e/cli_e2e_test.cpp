@@ -2,6 +2,8 @@
 // away, windowed, on another monitor and with the frames-per-second readout.
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <xcb/xcb.h>
 
 #include <gtest/gtest.h>
@@ -153,6 +155,47 @@ TEST(CliE2E, ADisplayThatDoesNotAnswerIsNamedInOneLineAfterABadOption) {
   ASSERT_TRUE(lumox.WaitForExit());
   EXPECT_EQ(lumox.ExitStatus(), 0);
   EXPECT_EQ(lumox.Stderr(), "");
+}
+
+// An X server that resets when its last client leaves, as xvfb-run's does, and no other client:
+// each run ends in order with its line or its status, never in Qt's abort at a server that went.
+TEST(CliE2E, AServerThatResetsWhenItsLastClientLeavesEndsEveryRunInOrder) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  const pid_t xvfb = StartHelper({"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", "800x600x24", "-nolisten", "tcp"}, fds[1]);
+  close(fds[1]);
+  std::string display = ":";
+  for (char c; read(fds[0], &c, 1) == 1 && c != '\n';) display += c;
+  close(fds[0]);
+  ASSERT_NE(display, ":");
+  const std::string folder = MakeTempFolder("lumox-reset"), err = folder + "/stderr", shot = folder + "/shot.png";
+  const std::vector<std::string> env = {"env", "-u", "WAYLAND_DISPLAY", "DISPLAY=" + display, "XDG_RUNTIME_DIR=" + folder,
+                                        "XDG_DATA_HOME=" + folder};
+  std::string words;
+  for (const std::string& word : env) words += word + " ";
+  for (int run = 0; run < 12; ++run) {
+    EXPECT_EQ(RunCommand(words + LUMOX_EXE " --window-id 0xdeadbeef 2>&1; echo $?"),
+              "lumox: There is no X window 0xdeadbeef to draw into.\n1\n") << run;
+    std::vector<std::string> argv = env;
+    argv.insert(argv.end(), {LUMOX_EXE, "--wallpaper"});
+    const pid_t wallpaper = StartHelper(argv, -1, err);
+    int status = -1;
+    const auto ended = [&] { return waitpid(wallpaper, &status, WNOHANG) == wallpaper; };
+    const bool flew = WaitFor([&] {
+      if (ended()) return true;
+      RunCommand(words + LUMOX_GRAB " " + shot + " 2>/dev/null");
+      return LitPixels(QImage(QString::fromStdString(shot))) > 100;
+    }, 30000) && status == -1;
+    EXPECT_TRUE(flew) << run << " ended with " << status << ": " << ReadFile(err);
+    if (status == -1) {
+      kill(wallpaper, SIGTERM);
+      waitpid(wallpaper, &status, 0);
+    }
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << run << " ended with " << status;
+    EXPECT_EQ(ReadFile(err), "") << run;
+  }
+  StopHelper(xvfb);
+  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -236,6 +236,13 @@ bool Flying(const Desktop& desktop, const std::string& output, QRect area) {
          WaitFor([&] { return DifferentPixels(first, shot()) > 50; }, 3000);
 }
 
+double CpuShare(const Desktop& desktop, int ms) {
+  const long before = desktop.CpuTicks();
+  const auto start = std::chrono::steady_clock::now();
+  while (MsSince(start) < ms) SleepMs(500);  // the measure is over this time, not a wait for anything
+  return double(desktop.CpuTicks() - before) / double(sysconf(_SC_CLK_TCK)) / (MsSince(start) / 1000.0);
+}
+
 double MeanLevel(const Desktop& desktop, const std::string& output, int shots) {
   double sum = 0.0, pixels = 0.0;
   for (int shot = 0; shot < shots; ++shot) {

@@ -6,6 +6,7 @@
 
 #include <QImage>
 #include <QRect>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -57,8 +58,12 @@ class Desktop {
   // Keys by their X names, one word each in turn: "Escape", "s", "alt", a chord "ctrl+q", and
   // "down:Left" / "up:Left" to hold a key and let it go.
   virtual void Keys(const std::string& words) const = 0;
+  // The key put down and left there, without repeating, until Keys("up:key") lets it go.
+  virtual void HoldKey(const std::string& key) const { Keys("down:" + key); }
   // The pointer moved to `p`, and clicked there if asked; false where the desktop has none.
   virtual bool Pointer(QPoint p, bool click = false) const = 0;
+  // The wheel turned one step where the pointer is, without moving it; false where there is no pointer.
+  virtual bool Wheel() const = 0;
   // The top-level window with this exact title; the first shown one where there are several.
   virtual WindowState Window(const std::string& title) const = 0;
   // Hands the keyboard to the window, as the user's click on it does.
@@ -129,7 +134,12 @@ class Session : public Desktop {
   std::string Shell(const std::string& command) const override;
   QImage Screenshot(const std::string& output = "") const override;
   void Keys(const std::string& words) const override;
+  void HoldKey(const std::string& key) const override;
   bool Pointer(QPoint p, bool click = false) const override;
+  bool Wheel() const override {
+    Xdo("click 4");
+    return true;
+  }
   WindowState Window(const std::string& title) const override;
   void Activate(const std::string& title) const override;
   bool PlacesWindows() const override { return true; }
@@ -141,6 +151,9 @@ class Session : public Desktop {
   std::string Xdo(const std::string& args) const { return Shell("xdotool " + args + " 2>/dev/null"); }
   QRect Geometry(const std::string& window) const { return State(window).geometry; }  // by id
   const std::string& Display() const { return display_; }
+  // Another program on the display (tests/e2e/x_client.py with these arguments), once it has said
+  // its first line, which goes in `line`; StopHelper ends it. -1 if it said nothing.
+  pid_t XClient(const std::string& args, std::string* line = nullptr) const;
 
  private:
   WindowState State(const std::string& id) const;
@@ -158,6 +171,7 @@ class SwaySession : public Desktop {
   QImage Screenshot(const std::string& output = "") const override;
   void Keys(const std::string& words) const override;
   bool Pointer(QPoint, bool) const override { return false; }  // the headless seat has no pointer
+  bool Wheel() const override { return false; }
   WindowState Window(const std::string& title) const override;
   void Activate(const std::string& title) const override;
   bool PlacesWindows() const override { return false; }
@@ -200,6 +214,11 @@ using testing::LitPixels, testing::ColourPixels, testing::Green, testing::GreenP
 int DifferentPixels(const QImage& a, const QImage& b);
 // The output (or `area` of the screen) shows a star field: lit pixels on black, and it moves.
 bool Flying(const Desktop& desktop, const std::string& output, QRect area = {});
+// Lumox's share of one core over the next `ms` of wall time.
+double CpuShare(const Desktop& desktop, int ms);
+inline long MsSince(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
+}
 // The mean of the pixels' brightest channels over `shots` screenshots of the output.
 double MeanLevel(const Desktop& desktop, const std::string& output, int shots = 6);
 

@@ -19,9 +19,6 @@ namespace lumox::e2e {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-long MsSince(Clock::time_point start) {
-  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
-}
 
 // The output's picture stands still: what covers the flight is drawn, not the flight.
 bool StandsStill(const Desktop& sway, const std::string& output) {
@@ -38,10 +35,7 @@ TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsN
   sway.Shell("swaymsg focus output HEADLESS-2");
   ASSERT_TRUE(sway.OpenTerminal(true));
   ASSERT_TRUE(StandsStill(sway, "HEADLESS-2"));
-  const long before = sway.CpuTicks();
-  const auto start = Clock::now();
-  while (MsSince(start) < 10000) SleepMs(500);  // the measure is CPU over 10 s, not a wait
-  const double share = double(sway.CpuTicks() - before) / double(sysconf(_SC_CLK_TCK)) / (MsSince(start) / 1000.0);
+  const double share = CpuShare(sway, 10000);
   std::printf("CPU with every output covered: %.2f%% of a core\n", share * 100.0);
   EXPECT_LT(share, 0.02);
   sway.Shell("pkill -u $(id -u) foot");

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <stdexcept>
 
@@ -76,6 +77,9 @@ void Session::Keys(const std::string& words) const {
   Xdo(command);
 }
 
+// The key stays down after the client that put it down ends.
+void Session::HoldKey(const std::string& key) const { StopHelper(XClient("press " + key)); }
+
 bool Session::Pointer(QPoint p, bool click) const {
   Xdo(MouseTo(p) + (click ? " click 1" : ""));
   return true;
@@ -131,6 +135,20 @@ bool Session::OpenWindow() const {
   const QRect a = OutputArea(0);
   Shell(std::string(X_WINDOW) + " hold 0 0 " + std::to_string(a.width()) + " " + std::to_string(a.height()) + " >/dev/null &");
   return WaitFor([&] { return LitPixels(Screenshot()) == 0 && !Xdo("search --name '^x_window$'").empty(); });
+}
+
+pid_t Session::XClient(const std::string& args, std::string* line) const {
+  static int count = 0;
+  const std::string out = dir_ + "/x_client" + std::to_string(++count);
+  const pid_t pid = StartHelper({"sh", "-c", "DISPLAY=" + display_ + " exec /usr/bin/python3 " LUMOX_E2E_DIR "/x_client.py " +
+                                                 args + " >" + out});
+  std::string said;
+  if (WaitFor([&] { return std::getline(std::ifstream(out), said) && !said.empty(); })) {
+    if (line) *line = said;
+    return pid;
+  }
+  StopHelper(pid);
+  return -1;
 }
 
 void Session::KillServer() {

@@ -9,8 +9,10 @@ WindowFlight::WindowFlight(uint32_t window, StartingSettings starting, std::func
       starting_(std::move(starting)),
       ended_(std::move(ended)),
       desktop_(desktop),
-      // The watcher's word is enough to know the window is there: no question to the server a frame.
-      surface_(std::make_unique<OpenGLSurface>([this] { flight_.Event_Paint(); }, [this] { return !gone_; })) {
+      // The watcher's word comes only once the window has gone, and a frame drawn in between
+      // crashes Mesa's software renderer: the server is asked before each use of the window.
+      surface_(std::make_unique<OpenGLSurface>([this] { flight_.Event_Paint(); },
+                                               [this] { return !gone_ && X11WindowSize(window_); })) {
   flight_.SetTarget(surface_.get());
 }
 
@@ -19,12 +21,14 @@ WindowFlight::~WindowFlight() {
   // With the host window its drawable is gone too, and Mesa's software renderer may crash
   // flushing to it as the context goes: the surface (and the host that would delete it as its
   // child) are left to the end of the process then.
-  if (gone_ || !X11WindowSize(window_)) {
+  if (HostGone()) {
     (void)surface_.release();
     (void)host_.release();
   }
   surface_.reset();  // before the host it is a child of
 }
+
+bool WindowFlight::HostGone() const { return host_ && (gone_ || !X11WindowSize(window_)); }
 
 bool WindowFlight::Open() {
   // Watched before its size is asked, so no resize falls between the two.

@@ -24,6 +24,9 @@ class WindowFlight {
 
   // Puts the surface into the window and takes off; false when there is no such window.
   bool Open();
+  // The window it was put into has gone. Closing the display then tears down a GL context whose
+  // drawable went with it, which crashes Mesa's software renderer: the process ends without that.
+  bool HostGone() const;
   OpenGLSurface* Surface() const { return surface_.get(); }
   const lumox::Flight& Flight() const { return flight_; }
 

@@ -1,0 +1,89 @@
+// The desktop modes on X11 among other programs: windows that cover the wallpaper or come up over
+// the saver, and a grab another program holds. Times are printed as measured.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "desktop/desktop_core.h"
+#include "e2e/desktop.h"
+
+namespace lumox::e2e {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Another program's override-redirect window over `area` in `rgb` ("rrggbb"), as a notification's.
+pid_t Cover(const Session& session, const QRect& area, const char* rgb) {
+  return session.XClient("cover " + std::to_string(area.x()) + " " + std::to_string(area.y()) + " " +
+                         std::to_string(area.width()) + " " + std::to_string(area.height()) + " " + rgb);
+}
+
+TEST(X11DesktopE2E, TheWallpaperCoveredEverywhereCostsNothingAndFliesAgainOnceUncovered) {
+  Session session({.outputs = {{1024, 768}, {800, 600}}, .lumox_args = {"--wallpaper"}});
+  const QRect one = session.OutputArea(0), two = session.OutputArea(1);
+  ASSERT_TRUE(WaitFor([&] { return Flying(session, "", one) && Flying(session, "", two); }, 20000));
+  // A window over one output stops that flight alone.
+  const pid_t first = Cover(session, one, "000000");
+  ASSERT_GT(first, 0);
+  EXPECT_TRUE(Flying(session, "", two));
+  const pid_t second = Cover(session, two, "000000");
+  ASSERT_GT(second, 0);
+  const double share = CpuShare(session, 10000);
+  std::printf("CPU with every output covered: %.2f%% of a core\n", share * 100.0);
+  EXPECT_LT(share, 0.02);
+
+  StopHelper(first);
+  StopHelper(second);
+  const auto uncovered = Clock::now();
+  // Two pictures in a row with stars on both outputs, and different: both fly.
+  QImage last;
+  const auto lit = [](const QImage& shot, const QRect& area) { return LitPixels(shot.copy(area)) > 100; };
+  ASSERT_TRUE(WaitFor([&] {
+    const QImage shot = session.Screenshot();
+    const bool moving = !last.isNull() && lit(last, one) && lit(last, two) && lit(shot, one) && lit(shot, two) &&
+                        DifferentPixels(last.copy(one), shot.copy(one)) > 50 &&
+                        DifferentPixels(last.copy(two), shot.copy(two)) > 50;
+    last = shot;
+    return moving;
+  }));
+  const long ms = MsSince(uncovered);
+  std::printf("Flying again %ld ms after the windows went\n", ms);
+  EXPECT_LT(ms, 1000);
+}
+
+TEST(X11DesktopE2E, AWindowMappedOverTheSaverIsCoveredAgainWithinASecond) {
+  Session session({.outputs = {{1024, 768}, {800, 600}}, .lumox_args = {"--saver"}});
+  ASSERT_TRUE(WaitFor([&] { return Flying(session, "OUT-1") && Flying(session, "OUT-2"); }, 20000));
+  // Across the two outputs, so that both surfaces have to come back on top.
+  const QRect area(900, 100, 300, 200);
+  const QRgb magenta = qRgb(0xFF, 0x00, 0xFF);
+  const pid_t cover = Cover(session, area, "ff00ff");
+  ASSERT_GT(cover, 0);
+  const auto mapped = Clock::now();
+  EXPECT_TRUE(WaitFor([&] { return ColourPixels(session.Screenshot().copy(area), magenta, 0) == 0; }, 5000));
+  const long ms = MsSince(mapped);
+  std::printf("The saver back on top %ld ms after the window came\n", ms);
+  EXPECT_LT(ms, 1000);
+  EXPECT_TRUE(Flying(session, "", area));
+  EXPECT_TRUE(session.Running());
+  StopHelper(cover);
+}
+
+TEST(X11DesktopE2E, TheSaverGivesUpInOneLineWhenAnotherProgramHoldsTheGrab) {
+  Session session({.outputs = {{1024, 768}, {800, 600}}, .start_lumox = false});
+  std::string said;
+  const pid_t grab = session.XClient("grab", &said);
+  ASSERT_EQ(said, "grabbed");
+  const auto start = Clock::now();
+  session.StartLumox({"--saver"});
+  ASSERT_TRUE(session.WaitForExit(10000));
+  std::printf("The saver gave up the grab after %ld ms\n", MsSince(start));
+  EXPECT_EQ(session.ExitStatus(), 1);
+  EXPECT_EQ(session.Stderr(), "lumox: " + desktop_line::GrabTaken() + "\n");
+  // Nothing of it is left over the desktop.
+  EXPECT_TRUE(WaitFor([&] { return LitPixels(session.Screenshot()) == 0; }));
+  StopHelper(grab);
+}
+
+}  // namespace
+}  // namespace lumox::e2e
