@@ -157,7 +157,8 @@ class SwaySession : public Desktop {
   std::string Shell(const std::string& command) const override;
   QImage Screenshot(const std::string& output = "") const override;
   void Keys(const std::string& words) const override;
-  bool Pointer(QPoint, bool) const override { return false; }  // the headless seat has no pointer
+  // Through wayvnc's pointer on the first output, while one is plugged in.
+  bool Pointer(QPoint p, bool click = false) const override;
   WindowState Window(const std::string& title) const override;
   void Activate(const std::string& title) const override;
   bool PlacesWindows() const override { return false; }
@@ -165,13 +166,22 @@ class SwaySession : public Desktop {
   bool OpenWindow() const override { return OpenTerminal(true); }
   void KillServer() override;
 
-  // A foot terminal on the focused output, full screen if asked; gives when sway shows it.
-  bool OpenTerminal(bool full_screen) const;
+  // A foot terminal running `command` on the focused output, full screen if asked; gives when
+  // sway shows it. The command runs in the folder above the data folder.
+  bool OpenTerminal(bool full_screen, const std::string& command = "sleep 86400") const;
+  // The session's keyboard unplugged, or a new one plugged in; gives when the seat shows it.
+  bool PlugKeyboard(bool plugged);
+  // A pointer (wayvnc's, on the first output) plugged in or unplugged; gives when the seat shows it.
+  bool PlugPointer(bool plugged);
+  // A turn of the wheel at `p` through the plugged pointer.
+  bool Wheel(QPoint p) const;
   // What a client of this compositor sets: "WAYLAND_DISPLAY=…" and "XDG_RUNTIME_DIR=…".
   std::vector<std::string> ClientEnv() const;
 
  private:
-  pid_t sway_ = -1, keyboard_ = -1;
+  bool Capable(int capability) const;  // the seat has a device of this wl_seat capability
+  bool VncPointer(const std::string& action, QPoint p) const;
+  pid_t sway_ = -1, keyboard_ = -1, vnc_ = -1;
   std::string user_env_;
   std::vector<std::string> env_;
 };
