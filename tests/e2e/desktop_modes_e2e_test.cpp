@@ -1,5 +1,6 @@
-// The wallpaper as a layer surface where only a Wayland compositor shows it: covered by
-// windows, on outputs that come, go and scale, and with the compositor gone or lacking.
+// The wallpaper and the saver as layer surfaces where only a Wayland compositor shows them:
+// covered by windows or above them by their layer, on outputs that come, go and scale, with
+// input devices that come and go, and with the compositor gone or lacking.
 #include <signal.h>
 #include <unistd.h>
 
@@ -7,6 +8,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 
 #include <QApplication>
@@ -26,6 +28,34 @@ long MsSince(Clock::time_point start) {
 // The output's picture stands still: what covers the flight is drawn, not the flight.
 bool StandsStill(const Desktop& sway, const std::string& output) {
   return WaitFor([&] { return DifferentPixels(sway.Screenshot(output), sway.Screenshot(output)) == 0; });
+}
+
+// The flight fills the output: each quarter of the screenshot is lit and moves.
+bool Fills(const Desktop& sway, const std::string& output, QSize size) {
+  const QImage first = sway.Screenshot(output);
+  if (first.size() != size) return false;
+  const int w = size.width() / 2, h = size.height() / 2;
+  const QRect quarters[] = {{0, 0, w, h}, {w, 0, w, h}, {0, h, w, h}, {w, h, w, h}};
+  for (const QRect& q : quarters)
+    if (LitPixels(first.copy(q)) < 20) return false;
+  return WaitFor([&] {
+    const QImage next = sway.Screenshot(output);
+    for (const QRect& q : quarters)
+      if (DifferentPixels(first.copy(q), next.copy(q)) < 20) return false;
+    return true;
+  }, 3000);
+}
+
+// Lit squares of 2 by 2 pixels, on even rows and columns, that are not one colour: none where a
+// buffer of half the size was stretched over the output.
+int SplitSquares(const QImage& image) {
+  int split = 0;
+  for (int y = 0; y + 1 < image.height(); y += 2)
+    for (int x = 0; x + 1 < image.width(); x += 2) {
+      const QRgb p = image.pixel(x, y);
+      split += Level(p) > 40 && (image.pixel(x + 1, y) != p || image.pixel(x, y + 1) != p || image.pixel(x + 1, y + 1) != p);
+    }
+  return split;
 }
 
 TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsNewOutputs) {
@@ -67,6 +97,97 @@ TEST(DesktopModesE2E, AnOutputAtScaleTwoLooksAsAtScaleOne) {
   EXPECT_EQ(sway.Screenshot("HEADLESS-2").size(), QSize(1600, 1200));
   EXPECT_GT(two, one * 0.75);
   EXPECT_LT(two, one * 1.25);
+}
+
+// A new scale or mode while flying gives a buffer of the output's new size, not a corner of it.
+TEST(DesktopModesE2E, TheFlightFillsAnOutputWhoseScaleOrModeChanges) {
+  SwaySession sway({.kind = "sway", .outputs = {{640, 480}}, .lumox_args = {"--wallpaper"}});
+  ASSERT_TRUE(WaitFor([&] { return Fills(sway, "HEADLESS-1", {640, 480}); }, 20000));
+  sway.Shell("swaymsg output HEADLESS-1 scale 2");
+  EXPECT_TRUE(WaitFor([&] { return Fills(sway, "HEADLESS-1", {640, 480}) && SplitSquares(sway.Screenshot("HEADLESS-1")) > 20; }));
+  sway.Shell("swaymsg output HEADLESS-1 mode 800x600");
+  EXPECT_TRUE(WaitFor([&] { return Fills(sway, "HEADLESS-1", {800, 600}) && SplitSquares(sway.Screenshot("HEADLESS-1")) > 20; }));
+  sway.Shell("swaymsg output HEADLESS-1 scale 1");
+  EXPECT_TRUE(WaitFor([&] { return Fills(sway, "HEADLESS-1", {800, 600}); }));
+}
+
+// The wallpaper's layer: under an ordinary window by default, above it on the top layer, and above
+// a full-screen one only on the overlay. It never takes the keys: they reach the window.
+TEST(DesktopModesE2E, TheWallpapersLayerPutsItUnderOrAboveWindowsAndTheKeysGoToTheWindow) {
+  SwaySession sway({.kind = "sway", .outputs = {{800, 600}}, .start_lumox = false,
+                    .sway_config = "for_window [app_id=foot] floating enable, resize set 400 300, move position center"});
+  ASSERT_TRUE(sway.OpenTerminal(false, "sh -c \"cat > data/typed\""));
+  ASSERT_TRUE(sway.WaitForWindow("foot", [](const WindowState& w) {
+    return Focused(w) && w.geometry.width() <= 400 && std::abs(w.geometry.center().x() - 400) < 10;
+  }));
+  const QRect window = sway.Window("foot").geometry;
+  const QRect beside(0, 0, window.left() - 20, 600);  // clear of the window's border
+  const QImage terminal = sway.Screenshot("HEADLESS-1").copy(window);
+  const auto stop = [&] {
+    sway.Signal(SIGTERM);
+    EXPECT_TRUE(sway.WaitForExit(2000));
+    EXPECT_EQ(sway.ExitStatus(), 0);
+    EXPECT_EQ(sway.Stderr(), "");
+  };
+
+  sway.StartLumox({"--wallpaper"});
+  ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1", beside); }, 20000));
+  EXPECT_EQ(DifferentPixels(sway.Screenshot("HEADLESS-1").copy(window), terminal), 0);
+  stop();
+  sway.StartLumox({"--wallpaper", "--layer", "top"});
+  EXPECT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1", window); }, 20000));
+  sway.Shell("swaymsg fullscreen enable");
+  ASSERT_TRUE(sway.WaitForWindow("foot", [](const WindowState& w) { return w.full_screen; }));
+  EXPECT_TRUE(StandsStill(sway, "HEADLESS-1"));  // a flight in sight never does
+  stop();
+  sway.StartLumox({"--wallpaper", "--layer", "overlay"});
+  EXPECT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }, 20000));
+  // Above everything and still not the keyboard's: the line typed reaches the terminal.
+  sway.Keys("l u m o x Return");
+  EXPECT_TRUE(WaitFor([&] { return ReadFile(sway.File("typed")) == "lumox\n"; })) << ReadFile(sway.File("typed"));
+  EXPECT_TRUE(Flying(sway, "HEADLESS-1"));
+  stop();
+}
+
+// A key's release alone does not end the saver, as the key that started it may come up after it
+// flies; a press does, from a keyboard plugged in while it flies too.
+TEST(DesktopModesE2E, TheSaverEndsOnAPressNotAReleaseAndOnAKeyboardPluggedInAnew) {
+  SwaySession sway({.kind = "sway", .outputs = {{800, 600}}, .lumox_args = {"--saver"}});
+  ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }, 20000));
+  sway.Keys("up:a");
+  // Frames drawn after the release was sent are drawn after it was read: it was taken by then.
+  EXPECT_TRUE(Flying(sway, "HEADLESS-1"));
+  EXPECT_TRUE(sway.Running());
+  ASSERT_TRUE(sway.PlugKeyboard(false));
+  ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }));
+  ASSERT_TRUE(sway.PlugKeyboard(true));
+  // Keys pressed before lumox has asked for the new keyboard reach nobody, so it is pressed again.
+  EXPECT_TRUE(WaitFor([&] {
+    sway.Keys("a");
+    return sway.WaitForExit(500);
+  }));
+  EXPECT_EQ(sway.ExitStatus(), 0);
+}
+
+// A pointer plugged in while the saver flies ends it with a click, and one there from the start
+// with a turn of its wheel. The pointer stays where it is, so its motion ends nothing.
+TEST(DesktopModesE2E, TheSaverEndsOnAClickOfAPointerPluggedInAnewAndOnTheWheel) {
+  SwaySession sway({.kind = "sway", .outputs = {{800, 600}}, .start_lumox = false});
+  const QPoint at(400, 300);
+  ASSERT_TRUE(sway.PlugPointer(true));
+  ASSERT_TRUE(sway.Pointer(at));
+  for (const bool wheel : {false, true}) {
+    sway.StartLumox({"--saver"});
+    ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }, 20000)) << wheel;
+    if (!wheel) {
+      ASSERT_TRUE(sway.PlugPointer(false));
+      ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }));
+      ASSERT_TRUE(sway.PlugPointer(true));
+    }
+    // Events before lumox has asked for the new pointer reach nobody, so the button is pressed again.
+    EXPECT_TRUE(WaitFor([&] { return (wheel ? sway.Wheel(at) : sway.Pointer(at, true)) && sway.WaitForExit(500); })) << wheel;
+    EXPECT_EQ(sway.ExitStatus(), 0) << wheel;
+  }
 }
 
 TEST(DesktopModesE2E, ACompositorThatGoesOrHasNoLayerShellEndsItWithOneLine) {
