@@ -175,12 +175,15 @@ class SwaySession : public Desktop {
   bool PlugPointer(bool plugged);
   // A turn of the wheel at `p` through the plugged pointer.
   bool Wheel(QPoint p) const;
+  // A key (an X keysym) held down or let go on wayvnc's keyboard, which comes with its pointer:
+  // unlike wtype's, one keyboard for both.
+  bool HoldKey(uint32_t keysym, bool down) const;
   // What a client of this compositor sets: "WAYLAND_DISPLAY=…" and "XDG_RUNTIME_DIR=…".
   std::vector<std::string> ClientEnv() const;
 
  private:
   bool Capable(int capability) const;  // the seat has a device of this wl_seat capability
-  bool VncPointer(const std::string& action, QPoint p) const;
+  bool Vnc(const std::string& action, QPoint p) const;
   pid_t sway_ = -1, keyboard_ = -1, vnc_ = -1;
   std::string user_env_;
   std::vector<std::string> env_;

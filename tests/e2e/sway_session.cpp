@@ -156,17 +156,18 @@ bool SwaySession::PlugPointer(bool plugged) {
     argv.insert(argv.end(), {"wayvnc", "-u", "-o", OutputName(0), dir_ + "/vnc"});
     vnc_ = StartHelper(argv);
   }
-  return WaitFor([&] { return Capable(1) == plugged && (!plugged || VncPointer("connect", {})); });
+  return WaitFor([&] { return Capable(1) == plugged && (!plugged || Vnc("connect", {})); });
 }
 
-bool SwaySession::VncPointer(const std::string& action, QPoint p) const {
+bool SwaySession::Vnc(const std::string& action, QPoint p) const {
   if (vnc_ <= 0) return false;
-  return RunCommand("/usr/bin/python3 " LUMOX_E2E_DIR "/vnc_pointer.py " + dir_ + "/vnc " + action + " " +
+  return RunCommand("/usr/bin/python3 " LUMOX_E2E_DIR "/vnc_input.py " + dir_ + "/vnc " + action + " " +
                     std::to_string(p.x()) + " " + std::to_string(p.y()) + " 2>/dev/null && echo ok") == "ok\n";
 }
 
-bool SwaySession::Pointer(QPoint p, bool click) const { return VncPointer(click ? "click" : "move", p); }
-bool SwaySession::Wheel(QPoint p) const { return VncPointer("wheel", p); }
+bool SwaySession::Pointer(QPoint p, bool click) const { return Vnc(click ? "click" : "move", p); }
+bool SwaySession::Wheel(QPoint p) const { return Vnc("wheel", p); }
+bool SwaySession::HoldKey(uint32_t keysym, bool down) const { return Vnc(down ? "down" : "up", QPoint(int(keysym), 0)); }
 
 std::vector<std::string> SwaySession::ClientEnv() const {
   std::vector<std::string> env;

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""Drives wayvnc's pointer over RFB: vnc_pointer.py SOCKET ACTION X Y, where ACTION is move,
-click, wheel, or connect (to see that the server answers)."""
+"""Drives wayvnc's pointer and keyboard over RFB: vnc_input.py SOCKET ACTION X Y, where ACTION is
+move, click or wheel at X Y; down or up, X being the key's X keysym; or connect, to see that the
+server answers."""
 import socket
 import struct
 import sys
@@ -30,7 +31,9 @@ sock.sendall(b"\x01")  # shared
 bits = read(sock, 20)[4]
 read(sock, struct.unpack(">I", read(sock, 4))[0])
 sock.sendall(struct.pack(">BBHi", 2, 0, 1, 0))  # raw pixels only
-for mask in {"connect": [], "move": [0], "click": [1, 0], "wheel": [8, 0]}[action]:
+if action in ("down", "up"):
+    sock.sendall(struct.pack(">BBHI", 4, action == "down", 0, x))
+for mask in {"move": [0], "click": [1, 0], "wheel": [8, 0]}.get(action, []):
     sock.sendall(struct.pack(">BBHH", 5, mask, x, y))
 # The events are in once the server answers a request sent after them. The answer is read whole:
 # a server still writing to a closed socket may die of it.
