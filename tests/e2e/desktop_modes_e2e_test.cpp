@@ -112,15 +112,17 @@ TEST(DesktopModesE2E, TheFlightFillsAnOutputWhoseScaleOrModeChanges) {
 }
 
 // The wallpaper's layer: under an ordinary window by default, above it on the top layer, and above
-// a full-screen one only on the overlay. It never takes the keys: they reach the window.
-TEST(DesktopModesE2E, TheWallpapersLayerPutsItUnderOrAboveWindowsAndTheKeysGoToTheWindow) {
+// a full-screen one only on the overlay. It never takes the pointer or the keys, which reach the
+// windows under it.
+TEST(DesktopModesE2E, TheWallpapersLayerPutsItUnderOrAboveWindowsAndInputGoesToThem) {
   SwaySession sway({.kind = "sway", .outputs = {{800, 600}}, .start_lumox = false,
-                    .sway_config = "for_window [app_id=foot] floating enable, resize set 400 300, move position center"});
-  ASSERT_TRUE(sway.OpenTerminal(false, "sh -c \"cat > data/typed\""));
-  ASSERT_TRUE(sway.WaitForWindow("foot", [](const WindowState& w) {
+                    .sway_config = "for_window [title=^over$] floating enable, resize set 400 300, move position center"});
+  ASSERT_TRUE(sway.PlugPointer(true));
+  ASSERT_TRUE(sway.OpenTerminal(false, "--title=over sh -c \"cat > data/typed\""));
+  ASSERT_TRUE(sway.WaitForWindow("over", [](const WindowState& w) {
     return Focused(w) && w.geometry.width() <= 400 && std::abs(w.geometry.center().x() - 400) < 10;
   }));
-  const QRect window = sway.Window("foot").geometry;
+  const QRect window = sway.Window("over").geometry;
   const QRect beside(0, 0, window.left() - 20, 600);  // clear of the window's border
   const QImage terminal = sway.Screenshot("HEADLESS-1").copy(window);
   const auto stop = [&] {
@@ -134,10 +136,15 @@ TEST(DesktopModesE2E, TheWallpapersLayerPutsItUnderOrAboveWindowsAndTheKeysGoToT
   ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1", beside); }, 20000));
   EXPECT_EQ(DifferentPixels(sway.Screenshot("HEADLESS-1").copy(window), terminal), 0);
   stop();
+  // A tiled window behind the floating one takes the focus; the pointer gives it back through the wallpaper.
+  ASSERT_TRUE(sway.OpenTerminal(false, "--title=under sleep 86400"));
+  ASSERT_TRUE(sway.WaitForWindow("under", Focused));
   sway.StartLumox({"--wallpaper", "--layer", "top"});
   EXPECT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1", window); }, 20000));
+  ASSERT_TRUE(sway.Pointer(window.center(), true));
+  ASSERT_TRUE(sway.WaitForWindow("over", Focused));
   sway.Shell("swaymsg fullscreen enable");
-  ASSERT_TRUE(sway.WaitForWindow("foot", [](const WindowState& w) { return w.full_screen; }));
+  ASSERT_TRUE(sway.WaitForWindow("over", [](const WindowState& w) { return w.full_screen; }));
   EXPECT_TRUE(WaitFor([&] { return !Flying(sway, "HEADLESS-1"); }));
   stop();
   sway.StartLumox({"--wallpaper", "--layer", "overlay"});
