@@ -37,6 +37,7 @@ struct DesktopOptions {
   bool start_lumox = true;                   // false: the test runs lumox itself
   std::vector<std::string> env = {};         // "NAME=value" for lumox, besides the display's
   std::string sway_config = {};              // more lines for sway's configuration
+  bool sway_pointer = false;                 // sway's seat has wayvnc's pointer (X always has one)
 };
 
 std::string ReadFile(const std::string& path);  // "" if there is none

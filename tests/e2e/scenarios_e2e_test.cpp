@@ -189,22 +189,22 @@ TEST_P(Scenario, TheStartWindowFitsASmallScreenAndCtrlQQuitsFromIt) {
   EXPECT_EQ(d->Prefs(), "");
 }
 
-// The saver covers every output above another program's window and ends on a key, or where there
-// is a pointer, on its motion and on a click; the window shows again.
+// The saver covers every output above another program's window and ends on a key, on the
+// pointer's motion and on a click; the window shows again.
 TEST_P(Scenario, TheSaverCoversEveryOutputAboveAWindowAndEndsOnAKeyOrThePointer) {
-  const auto d = Open({.outputs = {{1024, 768}, {800, 600}}, .start_lumox = false});
+  const auto d = Open({.outputs = {{1024, 768}, {800, 600}}, .start_lumox = false, .sway_pointer = true});
   ASSERT_TRUE(d->OpenWindow());
-  const bool pointer = d->Pointer({100, 100});
+  ASSERT_TRUE(d->Pointer({100, 100}));
   const QImage desktop = d->Screenshot(d->OutputName(0));
   for (const char* wake : {"key", "motion", "click"}) {
-    if (!pointer && wake != std::string("key")) continue;
     d->StartLumox({"--saver"});
     ASSERT_TRUE(WaitFor([&] { return Flying(*d, d->OutputName(0)) && Flying(*d, d->OutputName(1)); }, 20000)) << wake;
     if (wake == std::string("key")) d->Keys("a");
     else d->Pointer({140, 140}, wake == std::string("click"));
     ASSERT_TRUE(d->WaitForExit(3000)) << wake;
     EXPECT_EQ(d->ExitStatus(), 0) << wake;
-    EXPECT_TRUE(WaitFor([&] { return DifferentPixels(d->Screenshot(d->OutputName(0)), desktop) < 100; })) << wake;
+    // Give or take the pointer's image, which headless sway draws into the picture where it now is.
+    EXPECT_TRUE(WaitFor([&] { return DifferentPixels(d->Screenshot(d->OutputName(0)), desktop) < 1000; })) << wake;
   }
 }
 

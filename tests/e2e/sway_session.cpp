@@ -62,6 +62,7 @@ SwaySession::SwaySession(const DesktopOptions& options) : Desktop(options) {
   env_.insert(env_.end(), {"WAYLAND_DISPLAY=" + socket, "SWAYSOCK=" + dir_ + "/" + ipc});
   for (const std::string& word : env_) user_env_ += "'" + word + "' ";
   if (!PlugKeyboard(true)) throw std::runtime_error("no keyboard in the seat");
+  if (options.sway_pointer && !PlugPointer(true)) throw std::runtime_error("no pointer in the seat");
   Begin(env_, dir_ + "/lumox");
 }
 
