@@ -58,7 +58,7 @@ int SplitSquares(const QImage& image) {
   return split;
 }
 
-TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsNewOutputs) {
+TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsOutputsThatComeAndGo) {
   SwaySession sway({.kind = "sway", .outputs = {{1024, 768}, {800, 600}}, .lumox_args = {"--wallpaper"}});
   ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1") && Flying(sway, "HEADLESS-2"); }, 20000));
   // A window on one output covers that flight alone; covered everywhere, it costs no CPU.
@@ -83,7 +83,13 @@ TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsN
   ASSERT_TRUE(WaitFor([&] { return LitPixels(sway.Screenshot("HEADLESS-3")) > 200; }, 5000));
   std::printf("Flight on the new output after %ld ms\n", MsSince(added));
   EXPECT_TRUE(Flying(sway, "HEADLESS-3"));
-
+  // One turned off goes with its global; turned on again, it is a new one and gets a new flight.
+  sway.Shell("swaymsg output HEADLESS-3 disable");
+  EXPECT_TRUE(Flying(sway, "HEADLESS-1"));
+  sway.Shell("swaymsg output HEADLESS-3 enable");
+  EXPECT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-3"); }));
+  EXPECT_TRUE(sway.Running());
+  EXPECT_EQ(sway.Stderr(), "");
 }
 
 // At scale 2 the flight is drawn in device pixels: the same star covers four times the pixels,
