@@ -70,7 +70,7 @@ SwaySession::~SwaySession() {
   StopLumox();
   StopHelper(vnc_);
   StopHelper(keyboard_);
-  Shell("pkill -u $(id -u) foot");
+  CloseTerminals();
   StopHelper(sway_);
 }
 
@@ -169,6 +169,12 @@ bool SwaySession::Vnc(const std::string& action, QPoint p) const {
 bool SwaySession::Pointer(QPoint p, bool click) const { return Vnc(click ? "click" : "move", p); }
 bool SwaySession::Wheel(QPoint p) const { return Vnc("wheel", p); }
 bool SwaySession::HoldKey(uint32_t keysym, bool down) const { return Vnc(down ? "down" : "up", QPoint(int(keysym), 0)); }
+
+bool SwaySession::CloseTerminals() const {
+  // Through this sway: a pkill would reach the terminals of other sessions of the same user.
+  Shell("swaymsg \"[app_id=foot] kill\" >/dev/null");
+  return WaitFor([&] { return Shell("swaymsg -t get_tree").find("\"app_id\": \"foot\"") == std::string::npos; });
+}
 
 std::vector<std::string> SwaySession::ClientEnv() const {
   std::vector<std::string> env;
