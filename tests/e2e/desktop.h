@@ -170,6 +170,7 @@ class SwaySession : public Desktop {
   // A foot terminal running `command` on the focused output, full screen if asked; gives when
   // sway shows it. The command runs in the folder above the data folder.
   bool OpenTerminal(bool full_screen, const std::string& command = "sleep 86400") const;
+  size_t Terminals() const;  // how many foot windows sway shows
   // Closes this session's terminals; gives when sway shows none.
   bool CloseTerminals() const;
   // The session's keyboard unplugged, or a new one plugged in; gives when the seat shows it.

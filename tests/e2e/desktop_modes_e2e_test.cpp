@@ -75,6 +75,8 @@ TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsO
   const double share = double(sway.CpuTicks() - before) / double(sysconf(_SC_CLK_TCK)) / (MsSince(start) / 1000.0);
   std::printf("CPU with every output covered: %.2f%% of a core\n", share * 100.0);
   EXPECT_LT(share, 0.02);
+  // Another session of the test user that pkills foot would uncover the outputs under the measure.
+  EXPECT_EQ(sway.Terminals(), 2u) << "a terminal was closed from outside the test";
   ASSERT_TRUE(sway.CloseTerminals());
   EXPECT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1") && Flying(sway, "HEADLESS-2"); }));
 

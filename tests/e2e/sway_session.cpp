@@ -116,16 +116,17 @@ void SwaySession::KillServer() {
   sway_ = -1;
 }
 
+size_t SwaySession::Terminals() const {
+  const std::string tree = Shell("swaymsg -t get_tree");
+  size_t n = 0;
+  for (size_t at = tree.find("\"app_id\": \"foot\""); at != std::string::npos; at = tree.find("\"app_id\": \"foot\"", at + 1)) ++n;
+  return n;
+}
+
 bool SwaySession::OpenTerminal(bool full_screen, const std::string& command) const {
-  const auto count = [this] {
-    const std::string tree = Shell("swaymsg -t get_tree");
-    size_t n = 0;
-    for (size_t at = tree.find("\"app_id\": \"foot\""); at != std::string::npos; at = tree.find("\"app_id\": \"foot\"", at + 1)) ++n;
-    return n;
-  };
-  const size_t before = count();
+  const size_t before = Terminals();
   Shell("foot " + command + " >/dev/null 2>&1 &");
-  if (!WaitFor([&] { return count() > before; }, 20000)) return false;
+  if (!WaitFor([&] { return Terminals() > before; }, 20000)) return false;
   if (full_screen) Shell("swaymsg fullscreen enable >/dev/null");
   return true;
 }
@@ -173,7 +174,7 @@ bool SwaySession::HoldKey(uint32_t keysym, bool down) const { return Vnc(down ? 
 bool SwaySession::CloseTerminals() const {
   // Through this sway: a pkill would reach the terminals of other sessions of the same user.
   Shell("swaymsg \"[app_id=foot] kill\" >/dev/null");
-  return WaitFor([&] { return Shell("swaymsg -t get_tree").find("\"app_id\": \"foot\"") == std::string::npos; });
+  return WaitFor([&] { return Terminals() == 0; });
 }
 
 std::vector<std::string> SwaySession::ClientEnv() const {
