@@ -38,6 +38,7 @@ struct DesktopOptions {
   bool start_lumox = true;                   // false: the test runs lumox itself
   std::vector<std::string> env = {};         // "NAME=value" for lumox, besides the display's
   std::string sway_config = {};              // more lines for sway's configuration
+  bool sway_pointer = false;                 // sway's seat has wayvnc's pointer (X always has one)
 };
 
 std::string ReadFile(const std::string& path);  // "" if there is none
@@ -170,8 +171,9 @@ class SwaySession : public Desktop {
   std::string Shell(const std::string& command) const override;
   QImage Screenshot(const std::string& output = "") const override;
   void Keys(const std::string& words) const override;
-  bool Pointer(QPoint, bool) const override { return false; }  // the headless seat has no pointer
-  bool Wheel() const override { return false; }
+  // Through wayvnc's pointer on the first output, while one is plugged in.
+  bool Pointer(QPoint p, bool click = false) const override;
+  bool Wheel() const override { return Wheel(QPoint(100, 100)); }
   WindowState Window(const std::string& title) const override;
   void Activate(const std::string& title) const override;
   bool PlacesWindows() const override { return false; }
@@ -179,13 +181,28 @@ class SwaySession : public Desktop {
   bool OpenWindow() const override { return OpenTerminal(true); }
   void KillServer() override;
 
-  // A foot terminal on the focused output, full screen if asked; gives when sway shows it.
-  bool OpenTerminal(bool full_screen) const;
+  // A foot terminal running `command` on the focused output, full screen if asked; gives when
+  // sway shows it. The command runs in the folder above the data folder.
+  bool OpenTerminal(bool full_screen, const std::string& command = "sleep 86400") const;
+  size_t Terminals() const;  // how many foot windows sway shows
+  // Closes this session's terminals; gives when sway shows none.
+  bool CloseTerminals() const;
+  // The session's keyboard unplugged, or a new one plugged in; gives when the seat shows it.
+  bool PlugKeyboard(bool plugged);
+  // A pointer (wayvnc's, on the first output) plugged in or unplugged; gives when the seat shows it.
+  bool PlugPointer(bool plugged);
+  // A turn of the wheel at `p` through the plugged pointer.
+  bool Wheel(QPoint p) const;
+  // A key (an X keysym) held down or let go on wayvnc's keyboard, which comes with its pointer:
+  // unlike wtype's, one keyboard for both.
+  bool HoldKey(uint32_t keysym, bool down) const;
   // What a client of this compositor sets: "WAYLAND_DISPLAY=…" and "XDG_RUNTIME_DIR=…".
   std::vector<std::string> ClientEnv() const;
 
  private:
-  pid_t sway_ = -1, keyboard_ = -1;
+  bool Capable(int capability) const;  // the seat has a device of this wl_seat capability
+  bool Vnc(const std::string& action, QPoint p) const;
+  pid_t sway_ = -1, keyboard_ = -1, vnc_ = -1;
   std::string user_env_;
   std::vector<std::string> env_;
 };

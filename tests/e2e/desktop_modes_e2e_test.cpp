@@ -1,5 +1,6 @@
-// The wallpaper as a layer surface where only a Wayland compositor shows it: covered by
-// windows, on outputs that come, go and scale, and with the compositor gone or lacking.
+// The wallpaper and the saver as layer surfaces where only a Wayland compositor shows them:
+// covered by windows or above them by their layer, on outputs that come, go and scale, with
+// input devices that come and go, and with the compositor gone or lacking.
 #include <signal.h>
 #include <unistd.h>
 
@@ -7,6 +8,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 
 #include <QApplication>
@@ -20,12 +22,41 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The output's picture stands still: what covers the flight is drawn, not the flight.
+// The output's picture stands still: what covers the flight is drawn, not the flight. Two
+// screenshots alike don't tell, as both may fall between two of the flight's frames.
 bool StandsStill(const Desktop& sway, const std::string& output) {
-  return WaitFor([&] { return DifferentPixels(sway.Screenshot(output), sway.Screenshot(output)) == 0; });
+  return WaitFor([&] { return !Flying(sway, output); });
 }
 
-TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsNewOutputs) {
+// The flight fills the output: each quarter of the screenshot is lit and moves.
+bool Fills(const Desktop& sway, const std::string& output, QSize size) {
+  const QImage first = sway.Screenshot(output);
+  if (first.size() != size) return false;
+  const int w = size.width() / 2, h = size.height() / 2;
+  const QRect quarters[] = {{0, 0, w, h}, {w, 0, w, h}, {0, h, w, h}, {w, h, w, h}};
+  for (const QRect& q : quarters)
+    if (LitPixels(first.copy(q)) < 20) return false;
+  return WaitFor([&] {
+    const QImage next = sway.Screenshot(output);
+    for (const QRect& q : quarters)
+      if (DifferentPixels(first.copy(q), next.copy(q)) < 20) return false;
+    return true;
+  }, 3000);
+}
+
+// Lit squares of 2 by 2 pixels, on even rows and columns, that are not one colour: none where a
+// buffer of half the size was stretched over the output.
+int SplitSquares(const QImage& image) {
+  int split = 0;
+  for (int y = 0; y + 1 < image.height(); y += 2)
+    for (int x = 0; x + 1 < image.width(); x += 2) {
+      const QRgb p = image.pixel(x, y);
+      split += Level(p) > 40 && (image.pixel(x + 1, y) != p || image.pixel(x, y + 1) != p || image.pixel(x + 1, y + 1) != p);
+    }
+  return split;
+}
+
+TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsOutputsThatComeAndGo) {
   SwaySession sway({.kind = "sway", .outputs = {{1024, 768}, {800, 600}}, .lumox_args = {"--wallpaper"}});
   ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1") && Flying(sway, "HEADLESS-2"); }, 20000));
   // A window on one output covers that flight alone; covered everywhere, it costs no CPU.
@@ -38,7 +69,9 @@ TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsN
   const double share = CpuShare(sway, 10000);
   std::printf("CPU with every output covered: %.2f%% of a core\n", share * 100.0);
   EXPECT_LT(share, 0.02);
-  sway.Shell("pkill -u $(id -u) foot");
+  // Another session of the test user that pkills foot would uncover the outputs under the measure.
+  EXPECT_EQ(sway.Terminals(), 2u) << "a terminal was closed from outside the test";
+  ASSERT_TRUE(sway.CloseTerminals());
   EXPECT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1") && Flying(sway, "HEADLESS-2"); }));
 
   // A new output gets its flight.
@@ -47,7 +80,13 @@ TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsN
   ASSERT_TRUE(WaitFor([&] { return LitPixels(sway.Screenshot("HEADLESS-3")) > 200; }, 5000));
   std::printf("Flight on the new output after %ld ms\n", MsSince(added));
   EXPECT_TRUE(Flying(sway, "HEADLESS-3"));
-
+  // One turned off goes with its global; turned on again, it is a new one and gets a new flight.
+  sway.Shell("swaymsg output HEADLESS-3 disable");
+  EXPECT_TRUE(Flying(sway, "HEADLESS-1"));
+  sway.Shell("swaymsg output HEADLESS-3 enable");
+  EXPECT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-3"); }));
+  EXPECT_TRUE(sway.Running());
+  EXPECT_EQ(sway.Stderr(), "");
 }
 
 // At scale 2 the flight is drawn in device pixels: the same star covers four times the pixels,
@@ -61,6 +100,105 @@ TEST(DesktopModesE2E, AnOutputAtScaleTwoLooksAsAtScaleOne) {
   EXPECT_EQ(sway.Screenshot("HEADLESS-2").size(), QSize(1600, 1200));
   EXPECT_GT(two, one * 0.75);
   EXPECT_LT(two, one * 1.25);
+}
+
+// A new scale or mode while flying gives a buffer of the output's new size, not a corner of it.
+TEST(DesktopModesE2E, TheFlightFillsAnOutputWhoseScaleOrModeChanges) {
+  SwaySession sway({.kind = "sway", .outputs = {{640, 480}}, .lumox_args = {"--wallpaper"}});
+  ASSERT_TRUE(WaitFor([&] { return Fills(sway, "HEADLESS-1", {640, 480}); }, 20000));
+  sway.Shell("swaymsg output HEADLESS-1 scale 2");
+  EXPECT_TRUE(WaitFor([&] { return Fills(sway, "HEADLESS-1", {640, 480}) && SplitSquares(sway.Screenshot("HEADLESS-1")) > 20; }));
+  sway.Shell("swaymsg output HEADLESS-1 mode 800x600");
+  EXPECT_TRUE(WaitFor([&] { return Fills(sway, "HEADLESS-1", {800, 600}) && SplitSquares(sway.Screenshot("HEADLESS-1")) > 20; }));
+  sway.Shell("swaymsg output HEADLESS-1 scale 1");
+  EXPECT_TRUE(WaitFor([&] { return Fills(sway, "HEADLESS-1", {800, 600}); }));
+}
+
+// The wallpaper's layer: under an ordinary window by default, above it on the top layer, and above
+// a full-screen one only on the overlay. It never takes the pointer or the keys, which reach the
+// windows under it.
+TEST(DesktopModesE2E, TheWallpapersLayerPutsItUnderOrAboveWindowsAndInputGoesToThem) {
+  SwaySession sway({.kind = "sway", .outputs = {{800, 600}}, .start_lumox = false,
+                    .sway_config = "for_window [title=^over$] floating enable, resize set 400 300, move position center"});
+  ASSERT_TRUE(sway.PlugPointer(true));
+  ASSERT_TRUE(sway.OpenTerminal(false, "--title=over sh -c \"cat > data/typed\""));
+  ASSERT_TRUE(sway.WaitForWindow("over", [](const WindowState& w) {
+    return Focused(w) && w.geometry.width() <= 400 && std::abs(w.geometry.center().x() - 400) < 10;
+  }));
+  const QRect window = sway.Window("over").geometry;
+  const QRect beside(0, 0, window.left() - 20, 600);  // clear of the window's border
+  const QImage terminal = sway.Screenshot("HEADLESS-1").copy(window);
+  const auto stop = [&] {
+    sway.Signal(SIGTERM);
+    EXPECT_TRUE(sway.WaitForExit(2000));
+    EXPECT_EQ(sway.ExitStatus(), 0);
+    EXPECT_EQ(sway.Stderr(), "");
+  };
+
+  sway.StartLumox({"--wallpaper"});
+  ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1", beside); }, 20000));
+  EXPECT_EQ(DifferentPixels(sway.Screenshot("HEADLESS-1").copy(window), terminal), 0);
+  stop();
+  // A tiled window behind the floating one takes the focus; the pointer gives it back through the wallpaper.
+  ASSERT_TRUE(sway.OpenTerminal(false, "--title=under sleep 86400"));
+  ASSERT_TRUE(sway.WaitForWindow("under", Focused));
+  sway.StartLumox({"--wallpaper", "--layer", "top"});
+  EXPECT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1", window); }, 20000));
+  ASSERT_TRUE(sway.Pointer(window.center(), true));
+  ASSERT_TRUE(sway.WaitForWindow("over", Focused));
+  sway.Shell("swaymsg fullscreen enable");
+  ASSERT_TRUE(sway.WaitForWindow("over", [](const WindowState& w) { return w.full_screen; }));
+  EXPECT_TRUE(StandsStill(sway, "HEADLESS-1"));
+  stop();
+  sway.StartLumox({"--wallpaper", "--layer", "overlay"});
+  EXPECT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }, 20000));
+  // Above everything and still not the keyboard's: the line typed reaches the terminal.
+  sway.Keys("l u m o x Return");
+  EXPECT_TRUE(WaitFor([&] { return ReadFile(sway.File("typed")) == "lumox\n"; })) << ReadFile(sway.File("typed"));
+  EXPECT_TRUE(Flying(sway, "HEADLESS-1"));
+  stop();
+}
+
+// A keyboard that goes while the saver flies and a new one: a press on the new one ends it.
+TEST(DesktopModesE2E, TheSaverEndsOnAKeyOfAKeyboardPluggedInAnew) {
+  SwaySession sway({.kind = "sway", .outputs = {{800, 600}}, .lumox_args = {"--saver"}});
+  ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }, 20000));
+  ASSERT_TRUE(sway.PlugKeyboard(false));
+  ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }));
+  ASSERT_TRUE(sway.PlugKeyboard(true));
+  // Keys pressed before lumox has asked for the new keyboard reach nobody, so it is pressed again.
+  EXPECT_TRUE(WaitFor([&] {
+    sway.Keys("a");
+    return sway.WaitForExit(500);
+  }));
+  EXPECT_EQ(sway.ExitStatus(), 0);
+}
+
+// A key held as the saver starts, as one that started it may be, is let go without ending it. A
+// pointer plugged in while it flies ends it with a click, and one there from the start with a
+// turn of its wheel; the pointer stays where it is, so its motion ends nothing.
+TEST(DesktopModesE2E, TheSaverOutlivesAKeyLetGoAndEndsOnTheClickOfAPointerPluggedInAnewAndOnTheWheel) {
+  SwaySession sway({.kind = "sway", .outputs = {{800, 600}}, .start_lumox = false});
+  const QPoint at(400, 300);
+  ASSERT_TRUE(sway.PlugPointer(true));
+  ASSERT_TRUE(sway.Pointer(at));
+  for (const bool wheel : {false, true}) {
+    if (!wheel) ASSERT_TRUE(sway.HoldKey('a', true));
+    sway.StartLumox({"--saver"});
+    ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }, 20000)) << wheel;
+    if (!wheel) {
+      ASSERT_TRUE(sway.HoldKey('a', false));
+      // Frames drawn after the release was answered are drawn after lumox read it.
+      EXPECT_TRUE(Flying(sway, "HEADLESS-1"));
+      ASSERT_TRUE(sway.Running());
+      ASSERT_TRUE(sway.PlugPointer(false));
+      ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }));
+      ASSERT_TRUE(sway.PlugPointer(true));
+    }
+    // Events before lumox has asked for the new pointer reach nobody, so the button is pressed again.
+    EXPECT_TRUE(WaitFor([&] { return (wheel ? sway.Wheel(at) : sway.Pointer(at, true)) && sway.WaitForExit(500); })) << wheel;
+    EXPECT_EQ(sway.ExitStatus(), 0) << wheel;
+  }
 }
 
 TEST(DesktopModesE2E, ACompositorThatGoesOrHasNoLayerShellEndsItWithOneLine) {

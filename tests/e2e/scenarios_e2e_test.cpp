@@ -189,17 +189,16 @@ TEST_P(Scenario, TheStartWindowFitsASmallScreenAndCtrlQQuitsFromIt) {
   EXPECT_EQ(d->Prefs(), "");
 }
 
-// The saver covers every output above another program's window and ends on a key, or where there
-// is a pointer, on its motion, a click and the wheel; the window shows again. A key that was down
-// before it began is let go without ending it.
+// The saver covers every output above another program's window and ends on a key, on the
+// pointer's motion, a click and the wheel; the window shows again. A key that was down before it
+// began is let go without ending it.
 TEST_P(Scenario, TheSaverCoversEveryOutputAboveAWindowAndEndsOnAKeyOrThePointer) {
-  const auto d = Open({.outputs = {{1024, 768}, {800, 600}}, .start_lumox = false});
+  const auto d = Open({.outputs = {{1024, 768}, {800, 600}}, .start_lumox = false, .sway_pointer = true});
   ASSERT_TRUE(d->OpenWindow());
-  const bool pointer = d->Pointer({100, 100});
+  ASSERT_TRUE(d->Pointer({100, 100}));
   const QImage desktop = d->Screenshot(d->OutputName(0));
   const auto flying = [&] { return Flying(*d, d->OutputName(0)) && Flying(*d, d->OutputName(1)); };
   for (const std::string wake : {"key", "motion", "click", "wheel"}) {
-    if (!pointer && wake != "key") continue;
     // Held as the saver starts, as a key of the command that started it; a modifier types nothing.
     if (wake == "key") d->HoldKey("Shift_L");
     d->StartLumox({"--saver"});
@@ -215,8 +214,10 @@ TEST_P(Scenario, TheSaverCoversEveryOutputAboveAWindowAndEndsOnAKeyOrThePointer)
     }
     ASSERT_TRUE(d->WaitForExit(3000)) << wake;
     EXPECT_EQ(d->ExitStatus(), 0) << wake;
+    // Give or take the pointer's image, which headless sway draws into the picture where it now is.
     int left = 0;
-    EXPECT_TRUE(WaitFor([&] { return (left = DifferentPixels(d->Screenshot(d->OutputName(0)), desktop)) < 100; })) << wake << " " << left;
+    EXPECT_TRUE(WaitFor([&] { return (left = DifferentPixels(d->Screenshot(d->OutputName(0)), desktop)) < 1000; }))
+        << wake << " " << left;
   }
 }
 

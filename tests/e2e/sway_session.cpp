@@ -61,16 +61,16 @@ SwaySession::SwaySession(const DesktopOptions& options) : Desktop(options) {
   if (socket.empty() || ipc.empty()) throw std::runtime_error("sway did not start");
   env_.insert(env_.end(), {"WAYLAND_DISPLAY=" + socket, "SWAYSOCK=" + dir_ + "/" + ipc});
   for (const std::string& word : env_) user_env_ += "'" + word + "' ";
-  keyboard_ = StartHelper(with({"wtype", "-s", "86400000"}));
-  if (!WaitFor([&] { return Shell("swaymsg -t get_inputs").find("\"keyboard\"") != std::string::npos; }))
-    throw std::runtime_error("no keyboard in the seat");
+  if (!PlugKeyboard(true)) throw std::runtime_error("no keyboard in the seat");
+  if (options.sway_pointer && !PlugPointer(true)) throw std::runtime_error("no pointer in the seat");
   Begin(env_, dir_ + "/lumox");
 }
 
 SwaySession::~SwaySession() {
   StopLumox();
+  StopHelper(vnc_);
   StopHelper(keyboard_);
-  Shell("pkill -u $(id -u) foot");
+  CloseTerminals();
   StopHelper(sway_);
 }
 
@@ -116,18 +116,65 @@ void SwaySession::KillServer() {
   sway_ = -1;
 }
 
-bool SwaySession::OpenTerminal(bool full_screen) const {
-  const auto count = [this] {
-    const std::string tree = Shell("swaymsg -t get_tree");
-    size_t n = 0;
-    for (size_t at = tree.find("\"app_id\": \"foot\""); at != std::string::npos; at = tree.find("\"app_id\": \"foot\"", at + 1)) ++n;
-    return n;
-  };
-  const size_t before = count();
-  Shell("foot sleep 86400 >/dev/null 2>&1 &");
-  if (!WaitFor([&] { return count() > before; }, 20000)) return false;
+size_t SwaySession::Terminals() const {
+  const std::string tree = Shell("swaymsg -t get_tree");
+  size_t n = 0;
+  for (size_t at = tree.find("\"app_id\": \"foot\""); at != std::string::npos; at = tree.find("\"app_id\": \"foot\"", at + 1)) ++n;
+  return n;
+}
+
+bool SwaySession::OpenTerminal(bool full_screen, const std::string& command) const {
+  const size_t before = Terminals();
+  Shell("foot " + command + " >/dev/null 2>&1 &");
+  if (!WaitFor([&] { return Terminals() > before; }, 20000)) return false;
   if (full_screen) Shell("swaymsg fullscreen enable >/dev/null");
   return true;
+}
+
+bool SwaySession::Capable(int capability) const {
+  const QJsonArray seats = QJsonDocument::fromJson(QByteArray::fromStdString(Shell("swaymsg -t get_seats"))).array();
+  return !seats.isEmpty() && (seats[0].toObject().value("capabilities").toInt() & capability);
+}
+
+bool SwaySession::PlugKeyboard(bool plugged) {
+  StopHelper(keyboard_);
+  keyboard_ = -1;
+  if (plugged) {  // wtype's virtual keyboard, there as long as wtype waits
+    std::vector<std::string> argv = env_;
+    argv.insert(argv.end(), {"wtype", "-s", "86400000"});
+    keyboard_ = StartHelper(argv);
+  }
+  return WaitFor([&] { return Capable(2) == plugged; });
+}
+
+bool SwaySession::PlugPointer(bool plugged) {
+  StopHelper(vnc_);
+  vnc_ = -1;
+  std::filesystem::remove(dir_ + "/vnc");
+  if (plugged) {
+    // wayvnc gives the seat a pointer (and a keyboard) while it runs; its RFB socket is a file,
+    // so sessions side by side can't meet on a port.
+    std::vector<std::string> argv = env_;
+    argv.insert(argv.end(), {"wayvnc", "-u", "-o", OutputName(0), dir_ + "/vnc"});
+    vnc_ = StartHelper(argv);
+  }
+  return WaitFor([&] { return Capable(1) == plugged && (!plugged || Vnc("connect", {})); });
+}
+
+bool SwaySession::Vnc(const std::string& action, QPoint p) const {
+  if (vnc_ <= 0) return false;
+  return RunCommand("/usr/bin/python3 " LUMOX_E2E_DIR "/vnc_input.py " + dir_ + "/vnc " + action + " " +
+                    std::to_string(p.x()) + " " + std::to_string(p.y()) + " 2>/dev/null && echo ok") == "ok\n";
+}
+
+bool SwaySession::Pointer(QPoint p, bool click) const { return Vnc(click ? "click" : "move", p); }
+bool SwaySession::Wheel(QPoint p) const { return Vnc("wheel", p); }
+bool SwaySession::HoldKey(uint32_t keysym, bool down) const { return Vnc(down ? "down" : "up", QPoint(int(keysym), 0)); }
+
+bool SwaySession::CloseTerminals() const {
+  // Through this sway: a pkill would reach the terminals of other sessions of the same user.
+  Shell("swaymsg \"[app_id=foot] kill\" >/dev/null");
+  return WaitFor([&] { return Terminals() == 0; });
 }
 
 std::vector<std::string> SwaySession::ClientEnv() const {
