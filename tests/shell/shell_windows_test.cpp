@@ -31,20 +31,16 @@ void Click(QWidget* widget, QEvent::Type type) {
   QCoreApplication::sendEvent(widget, &event);
 }
 
-QColor TextColour(const QLabel* label) { return label->palette().color(QPalette::WindowText); }
-
 TEST(ShellWindows, StartWindowAsDesigned) {
   UrlCatcher browser;
   wStartup* w = wStartup::Instance();
-  EXPECT_EQ(w->minimumSize(), w->maximumSize());  // fixed size; title, size, GO by Return are in ShellE2E
+  EXPECT_EQ(w->minimumSize(), w->maximumSize());  // fixed size; title, size, colours, GO by Return are in ShellE2E
   EXPECT_FALSE(w->windowFlags() & (Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint));
 
   EXPECT_EQ(QStringList({w->Label1->text(), w->Label3->text(), w->PushButton1->text(), w->PushButton2->text()}),
             QStringList({"Lumox", "tallowby.net", "GO", "Quit"}));
   EXPECT_EQ(w->Label2->text(), "When running, press <esc> to stop full screen, \ns for settings, left and right arrow "
                                "keys to \nchange rotation, up arrow to increase speed, \ndown arrow to slow down.");
-  EXPECT_TRUE(TextColour(w->Label1) == QColor(0x66, 0xFF, 0x66) && TextColour(w->Label3) == TextColour(w->Label1));
-  EXPECT_EQ(TextColour(w->Label2), QColor(Qt::black));
   EXPECT_TRUE(w->Label1->font().bold() && !w->Label3->font().bold());
   EXPECT_EQ(w->Label1->font().pixelSize(), 50);
   EXPECT_EQ(w->Label1->alignment() & Qt::AlignHorizontal_Mask, Qt::AlignHCenter);

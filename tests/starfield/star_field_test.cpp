@@ -26,8 +26,7 @@ bool IsZero(const StarData& s) { return Written(s) == Fields{} && s.size == 0 &&
 TEST(StarField, DefaultsByScreenWidthAndTimer2Period) {
   // The singles nearest W / 1000; 3334 is the first width whose count passes the array's 50000.
   const struct { int64_t width; uint32_t size_bits; int64_t star_max; } rows[] = {
-      {1024, 0x3F83126F, 15360}, {1280, 0x3FA3D70A, 19200}, {1440, 0x3FB851EC, 21600},
-      {1920, 0x3FF5C28F, 28800}, {2560, 0x4023D70A, 38400}, {3334, 0x40556042, 50010}};
+      {1024, 0x3F83126F, 15360}, {1440, 0x3FB851EC, 21600}, {3334, 0x40556042, 50010}};
   for (const auto& row : rows) {
     const Settings d = DefaultSettings(row.width);
     EXPECT_EQ(Bits(d.StarSize), row.size_bits) << row.width;
