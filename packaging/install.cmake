@@ -49,6 +49,9 @@ foreach(size IN LISTS LUMOX_ICON_SIZES)
           DESTINATION ${CMAKE_INSTALL_DATADIR}/${icon_folder} COMPONENT data)
 endforeach()
 install(FILES ${packaging_out}/lumox.6.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man6 COMPONENT data)
+# GNOME Shell's extension that makes Lumox the background there; it runs the Lumox beside it.
+install(DIRECTORY ${packaging_src}/gnome-shell/lumox-wallpaper@lumox
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/gnome-shell/extensions COMPONENT data)
 # The screensaver's settings dialog, its sliders' ranges and defaults filled in from the program's.
 add_executable(saver_settings ${packaging_src}/saver_settings.cpp)
 target_link_libraries(saver_settings PRIVATE lumox_core)

@@ -14,8 +14,9 @@ packages=(
   xfwm4 metacity i3-wm icewm sway wtype grim foot xprintidle
   # A pointer for the headless sway: wayvnc adds one while it runs, driven over RFB by python3.
   wayvnc python3
-  # The hosts Lumox meets: the screensaver daemon and a session bus with a mocked service.
-  xscreensaver xscreensaver-data dbus dbus-x11 python3-dbusmock
+  # The hosts Lumox meets: the screensaver daemon and a session bus with a mocked service;
+  # GNOME Shell, headless, for its extension.
+  xscreensaver xscreensaver-data dbus dbus-x11 python3-dbusmock gnome-shell
   # A small X client of the tests' own: another program's grab and override-redirect window.
   python3-xlib
   # Installing and packaging: the validators, dpkg-shlibdeps, lintian.

@@ -92,9 +92,12 @@ std::string Unreachable(const std::string& display) {
   line[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(line[0])));
   return line;
 }
-std::string NoLayerShell() {
+std::string NoLayerShell(bool gnome) {
+  if (gnome)
+    return "GNOME Shell has no layer shell; Lumox is its wallpaper through Lumox's Shell extension, turned on with "
+           "'gnome-extensions enable lumox-wallpaper@lumox'.";
   return "This Wayland compositor has no layer shell (zwlr_layer_shell_v1), so Lumox can't be its wallpaper or "
-         "screensaver; GNOME offers no way for a program to be either.";
+         "screensaver.";
 }
 std::string NoEgl() { return "Can't set up OpenGL through EGL on this Wayland display."; }
 std::string SurfaceFailed(const std::string& output) {

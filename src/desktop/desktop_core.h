@@ -99,7 +99,8 @@ namespace desktop_line {
 std::string NoDisplay();
 std::string DisplayGone(const std::string& display);  // "the Wayland compositor", "the X display ':1'"
 std::string Unreachable(const std::string& display);
-std::string NoLayerShell();
+// On GNOME Shell, how to turn on the Shell extension that makes Lumox the wallpaper there.
+std::string NoLayerShell(bool gnome);
 std::string NoEgl();
 std::string SurfaceFailed(const std::string& output);
 std::string GrabTaken();

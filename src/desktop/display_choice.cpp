@@ -26,10 +26,19 @@ DisplayChoice ForDesktop(const DisplayFacts& f) {
   if (x && f.x_answers(f.x_display)) return {DisplayChoice::kX11, "xcb", ""};
   return NoneAnswers(wayland ? &f.wayland_display : nullptr, x ? &f.x_display : nullptr);
 }
+
+// The Shell hands its connection down (WAYLAND_SOCKET); by hand, WAYLAND_DISPLAY names it.
+DisplayChoice ForShellWindows(const DisplayFacts& f) {
+  if (!f.wayland_socket.empty()) return {DisplayChoice::kQt, "wayland", ""};
+  if (f.wayland_display.empty()) return Fail("WAYLAND_DISPLAY is not set, and '--gnome-shell' needs GNOME Shell's display.");
+  if (!f.wayland_answers(f.wayland_display)) return NoneAnswers(&f.wayland_display, nullptr);
+  return {DisplayChoice::kQt, "wayland", ""};
+}
 }  // namespace
 
 DisplayChoice ChooseDisplay(DisplayUse use, const DisplayFacts& f) {
   if (use == DisplayUse::kDesktop) return ForDesktop(f);
+  if (use == DisplayUse::kShellWindows) return ForShellWindows(f);
   std::string platform = f.qt_platform;
   if (platform.find(';') != std::string::npos) return {};  // a list to try in turn: Qt's own
   platform = platform.substr(0, platform.find(':'));       // the plugin's name, without its options

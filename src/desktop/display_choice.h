@@ -10,6 +10,7 @@ enum class DisplayUse {
   kWindows,    // the start window and the flight: Qt's windows, on Wayland or X
   kX11Window,  // --root, --window-id: drawing into an X11 window
   kDesktop,    // --wallpaper, --saver: a host of the program's own
+  kShellWindows,  // --wallpaper --gnome-shell: Qt's windows on the Shell's Wayland display
 };
 
 struct DisplayFacts {

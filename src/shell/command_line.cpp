@@ -36,6 +36,9 @@ const QCommandLineOption kSaver("saver",
                                 "button or the pointer moves. It locks nothing.");
 const QCommandLineOption kLayer("layer", "With --wallpaper: the layer, background (the default), bottom, top or overlay.",
                                 "layer");
+const QCommandLineOption kGnomeShell("gnome-shell",
+                                     "With --wallpaper: ordinary windows, one on each monitor, that Lumox's GNOME Shell "
+                                     "extension makes the background. The extension starts Lumox so.");
 const QCommandLineOption kOutput("output", "With --wallpaper or --saver: only this output (a Wayland output or an X11 "
                                  "RandR monitor, by name).", "name");
 // The settings a display mode may set, in the settings file's units, each held to its slider's range.
@@ -60,7 +63,7 @@ void SetUp(QCommandLineParser& parser) {
   parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
   parser.setApplicationDescription(QString::fromUtf8(kDescription));
   parser.addOptions({kHelp, kVersion, kGo, kWindow, kScreen, kFps, kRoot, kWindowId, kWallpaper, kSaver, kLayer,
-                     kOutput, kSpeed, kRotation, kStars, kStarSize, kColourSpread});
+                     kGnomeShell, kOutput, kSpeed, kRotation, kStars, kStarSize, kColourSpread});
 }
 
 // The value of a settings option when given; sets `error` when it is not a finite number.
@@ -90,6 +93,7 @@ void ReadDisplayMode(const QCommandLineParser& parser, CommandLine& line) {
   line.settings.colour_spread = Number(parser, kColourSpread, error);
   line.wallpaper = parser.isSet(kWallpaper);
   line.saver = parser.isSet(kSaver);
+  line.gnome_shell = parser.isSet(kGnomeShell);
   line.output = parser.value(kOutput);
   if (parser.isSet(kLayer)) {
     const QString layer = parser.value(kLayer);
@@ -108,6 +112,8 @@ void ReadDisplayMode(const QCommandLineParser& parser, CommandLine& line) {
                            "or '--saver'.");
   else if (parser.isSet(kLayer) && !line.wallpaper)
     error = QStringLiteral("'--layer' goes with '--wallpaper' only.");
+  else if (line.gnome_shell && (!line.wallpaper || parser.isSet(kLayer)))
+    error = QStringLiteral("'--gnome-shell' goes with '--wallpaper' only, and has no layer.");
   else if (parser.isSet(kOutput) && !line.wallpaper && !line.saver)
     error = QStringLiteral("'--output' goes with '--wallpaper' or '--saver' only.");
   else if (parser.isSet(kOutput) && line.output.isEmpty())

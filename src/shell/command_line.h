@@ -25,6 +25,7 @@ struct CommandLine {
   bool wallpaper = false;
   bool saver = false;
   int layer = 0;                        // the wallpaper's layer: background, bottom, top, overlay
+  bool gnome_shell = false;             // the wallpaper as windows for the GNOME Shell extension
   QString output;
   SettingOptions settings;              // single settings over the file's, in these modes only
   QString error;        // one line saying what is wrong; empty when the arguments are good

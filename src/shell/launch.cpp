@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "desktop/desktop_host.h"
+#include "desktop/gnome/gnome_backend.h"
 #include "desktop/wayland/wayland_backend.h"
 #include "desktop/x11/x11_backend.h"
 #include "desktop/x11/x11_probe.h"
@@ -99,7 +100,8 @@ int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
   options.layer = line.layer;
   options.output = line.output.toStdString();
   options.starting = [settings = line.settings](int width) { return StartingSettings(width, settings); };
-  const DisplayChoice::Host display = DecideDisplay(argc, argv, DisplayUse::kDesktop, {});
+  const DisplayChoice::Host display =
+      DecideDisplay(argc, argv, line.gnome_shell ? DisplayUse::kShellWindows : DisplayUse::kDesktop, {});
   QApplication app(argc, argv);
   LetGoOfX11Probe();
   SetFpsShown(line.fps);
@@ -108,7 +110,9 @@ int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
     QCoreApplication::exit(status);
   });
   std::unique_ptr<DesktopBackend> backend;
-  if (display == DisplayChoice::kWayland)
+  if (line.gnome_shell)
+    backend = std::make_unique<GnomeBackend>(host);
+  else if (display == DisplayChoice::kWayland)
     backend = std::make_unique<WaylandBackend>(host, host.Options());
   else
     backend = std::make_unique<X11Backend>(host, host.Options());

@@ -93,8 +93,10 @@ bool Desktop::Quit() {
   return WaitForExit();
 }
 
-long Desktop::CpuTicks() const {
-  std::istringstream stat(ReadFile("/proc/" + std::to_string(lumox_) + "/stat"));
+long Desktop::CpuTicks() const { return CpuTicksOf(lumox_); }
+
+long CpuTicksOf(pid_t pid) {
+  std::istringstream stat(ReadFile("/proc/" + std::to_string(pid) + "/stat"));
   std::string field;
   long ticks = 0;
   for (int i = 1; i <= 15 && stat >> field; ++i)
@@ -236,11 +238,15 @@ bool Flying(const Desktop& desktop, const std::string& output, QRect area) {
          WaitFor([&] { return DifferentPixels(first, shot()) > 50; }, 3000);
 }
 
-double CpuShare(const Desktop& desktop, int ms) {
-  const long before = desktop.CpuTicks();
+double CpuShare(const std::function<long()>& ticks, int ms) {
+  const long before = ticks();
   const auto start = std::chrono::steady_clock::now();
   while (MsSince(start) < ms) SleepMs(500);  // the measure is over this time, not a wait for anything
-  return double(desktop.CpuTicks() - before) / double(sysconf(_SC_CLK_TCK)) / (MsSince(start) / 1000.0);
+  return double(ticks() - before) / double(sysconf(_SC_CLK_TCK)) / (MsSince(start) / 1000.0);
+}
+
+double CpuShare(const Desktop& desktop, int ms) {
+  return CpuShare([&] { return desktop.CpuTicks(); }, ms);
 }
 
 double MeanLevel(const Desktop& desktop, const std::string& output, int shots) {

@@ -231,8 +231,11 @@ using testing::LitPixels, testing::ColourPixels, testing::Green, testing::GreenP
 int DifferentPixels(const QImage& a, const QImage& b);
 // The output (or `area` of the screen) shows a star field: lit pixels on black, and it moves.
 bool Flying(const Desktop& desktop, const std::string& output, QRect area = {});
-// Lumox's share of one core over the next `ms` of wall time.
+// Lumox's share of one core over the next `ms` of wall time; any process's, from its CPU ticks.
 double CpuShare(const Desktop& desktop, int ms);
+double CpuShare(const std::function<long()>& ticks, int ms);
+// A process's user and system CPU time so far, in clock ticks.
+long CpuTicksOf(pid_t pid);
 inline long MsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
 }

@@ -21,6 +21,7 @@ data_files() {
     echo "share/man/man6/lumox.6.gz"
     echo "share/xscreensaver/config/lumox.xml"
     echo "libexec/xscreensaver/lumox"
+    for f in metadata.json extension.js; do echo "share/gnome-shell/extensions/lumox-wallpaper@lumox/$f"; done
     for s in "${sizes[@]}"; do echo "share/icons/hicolor/${s}x${s}/apps/$id.png"; done
   } | sort
 }

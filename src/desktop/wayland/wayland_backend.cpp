@@ -48,7 +48,8 @@ bool WaylandBackend::Connect(std::string& error) {
     return false;
   }
   if (!s.compositor || !s.layer_shell) {
-    error = desktop_line::NoLayerShell();
+    const char* desktop = getenv("XDG_CURRENT_DESKTOP");
+    error = desktop_line::NoLayerShell(desktop && std::string(desktop).find("GNOME") != std::string::npos);
     return false;
   }
   if (!SetUpEgl(s)) {

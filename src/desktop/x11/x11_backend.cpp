@@ -99,7 +99,8 @@ class X11Surface : public OpenGLSurface {
   std::unique_ptr<QWindow> host_;
 };
 
-X11Backend::X11Backend(DesktopSink& sink, const DesktopModeOptions& options) : sink_(sink), options_(options) {}
+X11Backend::X11Backend(DesktopSink& sink, const DesktopModeOptions& options)
+    : sink_(sink), options_(options), screens_(sink) {}
 
 X11Backend::~X11Backend() {
   if (QCoreApplication::instance()) QCoreApplication::instance()->removeNativeEventFilter(this);
@@ -108,38 +109,16 @@ X11Backend::~X11Backend() {
 bool X11Backend::Connect(std::string&) {
   root_ = X11VirtualRoot();
   QCoreApplication::instance()->installNativeEventFilter(this);
-  for (QScreen* screen : QGuiApplication::screens()) Added(screen);
-  connect(qApp, &QGuiApplication::screenAdded, this, [this](QScreen* screen) { Added(screen); });
-  connect(qApp, &QGuiApplication::screenRemoved, this, [this](QScreen* screen) {
-    if (const uint32_t id = IdOf(screen)) {
-      sink_.OutputRemoved(id);
-      screens_.erase(id);
-    }
-  });
+  screens_.Watch();
   // The pointer's place at the start is where a move is measured from.
   sink_.UserInput({InputKind::kMotion, 0, QCursor::pos().x() * 1.0, QCursor::pos().y() * 1.0});
   return true;
 }
 
-void X11Backend::Added(QScreen* screen) {
-  const uint32_t id = next_id_++;
-  screens_[id] = screen;
-  sink_.OutputAdded(id);
-  // A monitor that moves or changes size gets its surface anew, in its new place.
-  connect(screen, &QScreen::geometryChanged, this, [this, id] { sink_.OutputReshaped(id); });
-  sink_.OutputDescribed(id, screen->name().toStdString());
-}
-
-uint32_t X11Backend::IdOf(QScreen* screen) const {
-  for (const auto& [id, s] : screens_)
-    if (s == screen) return id;
-  return 0;
-}
-
 std::unique_ptr<DrawTarget> X11Backend::MakeSurface(uint32_t output) {
-  const auto found = screens_.find(output);
-  if (found == screens_.end() || !found->second) return nullptr;
-  return std::make_unique<X11Surface>(*this, output, found->second, options_.role == DesktopRole::kSaver, root_);
+  QScreen* screen = screens_.Screen(output);
+  if (!screen) return nullptr;
+  return std::make_unique<X11Surface>(*this, output, screen, options_.role == DesktopRole::kSaver, root_);
 }
 
 bool X11Backend::Grab(uint32_t output) {

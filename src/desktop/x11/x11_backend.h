@@ -4,12 +4,10 @@
 // pointer taken and the pointer hidden.
 #include <QAbstractNativeEventFilter>
 #include <QObject>
-#include <QPointer>
 #include <map>
 
 #include "desktop/backend.h"
-
-class QScreen;
+#include "desktop/qt_screens.h"
 
 namespace lumox {
 
@@ -34,14 +32,10 @@ class X11Backend : public QObject, public DesktopBackend, public QAbstractNative
   DesktopSink& Sink() const { return sink_; }
 
  private:
-  void Added(QScreen* screen);
-  uint32_t IdOf(QScreen* screen) const;
-
   DesktopSink& sink_;
   const DesktopModeOptions& options_;
-  std::map<uint32_t, QPointer<QScreen>> screens_;
+  QtScreens screens_;  // the RandR monitors, as Qt has them
   std::map<uint32_t, X11Surface*> surfaces_;
-  uint32_t next_id_ = 1;
   uint32_t root_ = 0;
 };
 

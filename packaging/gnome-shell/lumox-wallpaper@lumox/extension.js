@@ -1,0 +1,116 @@
+// Lumox as the desktop's background on GNOME Shell. The Shell starts `lumox --wallpaper
+// --gnome-shell` as a Wayland client of its own, whose windows (one a monitor, titled "Lumox"
+// and the monitor's connector) it keeps under every window, out of the window lists and the
+// overview, on every workspace, at their monitor's geometry, never focused.
+'use strict';
+
+const {Gio, GLib, Meta} = imports.gi;
+const Main = imports.ui.main;
+
+// A Lumox that ends on its own is started again, this many times a minute at most.
+const kStartsAMinute = 3;
+
+class LumoxWallpaper {
+  constructor(dir) {
+    // The Lumox installed with the extension, in <prefix>/share/gnome-shell/extensions/<uuid>.
+    const prefix = dir.get_parent().get_parent().get_parent().get_parent();
+    const installed = ['bin/lumox', 'games/lumox'].map(path => prefix.resolve_relative_path(path));
+    this._program = (installed.find(file => file.query_exists(null)) ?? installed[0]).get_path();
+    this._starts = [];
+  }
+
+  enable() {
+    const display = global.display;
+    this._signals = [
+      [display, display.connect('window-created', (_, window) => this._adopt(window))],
+      [display, display.connect('restacked', () => this._lower())],
+      [display, display.connect('notify::focus-window', () => this._giveFocusBack())],
+      [Main.layoutManager, Main.layoutManager.connect('monitors-changed', () => this._windows().forEach(w => this._place(w)))],
+    ];
+    this._start();
+  }
+
+  disable() {
+    this._signals.forEach(([object, id]) => object.disconnect(id));
+    const process = this._process;
+    this._process = this._client = null;
+    process?.send_signal(15);  // SIGTERM: its windows go, and the Shell's background shows again
+  }
+
+  _start() {
+    const now = GLib.get_monotonic_time() / 1e6;
+    this._starts = this._starts.filter(then => now - then < 60);
+    if (this._starts.length === kStartsAMinute) {
+      log(`Lumox wallpaper: ${this._program} ended ${kStartsAMinute} times within a minute; not started again`);
+      return;
+    }
+    this._starts.push(now);
+    this._client = Meta.WaylandClient.new(new Gio.SubprocessLauncher({flags: Gio.SubprocessFlags.NONE}));
+    const process = this._client.spawnv(global.display, [this._program, '--wallpaper', '--gnome-shell']);
+    this._process = process;
+    process.wait_async(null, () => {
+      if (this._process === process) this._start();  // it ended on its own
+    });
+  }
+
+  _windows() {
+    return global.get_window_actors().map(actor => actor.meta_window).filter(window => this._ours(window));
+  }
+
+  _ours(window) {
+    return this._client?.owns_window(window) ?? false;
+  }
+
+  _adopt(window) {
+    if (!this._ours(window)) return;
+    this._client.hide_from_window_list(window);
+    window.stick();
+    // The window has no actor yet, and may have no title: both come by the time it shows. Mutter
+    // places a new window where it likes, and may move it again: it goes back to its monitor.
+    window.connect('shown', () => {
+      window.get_compositor_private().reactive = false;
+      this._place(window);
+      this._lower();
+    });
+    for (const change of ['notify::title', 'position-changed', 'size-changed'])
+      window.connect(change, () => this._place(window));
+  }
+
+  // At the work area of the monitor its title names (the top bar keeps the rest).
+  _place(window) {
+    const [, connector] = /^Lumox (.+)$/.exec(window.get_title() ?? '') ?? [];
+    const monitor = connector ? Meta.MonitorManager.get().get_monitor_for_connector(connector) : -1;
+    if (monitor < 0) return;
+    const area = Main.layoutManager.getWorkAreaForMonitor(monitor);
+    const now = window.get_frame_rect();
+    if (now.x === area.x && now.y === area.y && now.width === area.width && now.height === area.height) return;
+    // Mutter maximizes a new window nearly as big as the screen, and then it can't be moved.
+    if (window.get_maximized()) window.unmaximize(Meta.MaximizeFlags.BOTH);
+    if (window.get_monitor() !== monitor) window.move_to_monitor(monitor);
+    window.move_resize_frame(false, area.x, area.y, area.width, area.height);
+  }
+
+  // Below every other window; a window lowered already is left, so lowering ends.
+  _lower() {
+    const windows = global.display.sort_windows_by_stacking(global.get_window_actors().map(a => a.meta_window));
+    const lowest = windows.findIndex(window => !this._ours(window));
+    windows.forEach((window, at) => {
+      if (this._ours(window) && lowest >= 0 && at > lowest) window.lower();
+    });
+  }
+
+  // Mutter focuses a window as it maps; ours hands the focus back to the window before it.
+  _giveFocusBack() {
+    const focused = global.display.focus_window;
+    if (!focused || !this._ours(focused)) return;
+    const [other] = global.display.get_tab_list(Meta.TabList.NORMAL, null);
+    if (other)
+      other.focus(global.get_current_time());
+    else
+      global.display.unset_input_focus(global.get_current_time());
+  }
+}
+
+function init(meta) {
+  return new LumoxWallpaper(meta.dir);
+}

@@ -1,0 +1,109 @@
+// Lumox as GNOME Shell's wallpaper, through its extension, on a real Shell.
+#include <signal.h>
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <chrono>
+#include <sstream>
+
+#include "e2e/gnome_shell.h"
+
+namespace lumox::e2e {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Lumox's windows as "x y width height" each, in the order of the monitors they are on.
+constexpr char kLumoxWindows[] = R"(
+  global.get_window_actors().map(a => a.meta_window).filter(w => w.get_wm_class() === 'lumox-wallpaper')
+    .map(w => w.get_frame_rect()).sort((a, b) => a.x - b.x).map(r => [r.x, r.y, r.width, r.height].join(' ')).join(', '))";
+
+// The part of the screen a monitor shows, in the Shell's pixels.
+QRect Monitor(const GnomeShell& shell, int index) {
+  std::istringstream in(shell.Eval("const r = global.display.get_monitor_geometry(" + std::to_string(index) +
+                                   "); [r.x, r.y, r.width, r.height].join(' ')"));
+  int x = 0, y = 0, w = 0, h = 0;
+  in >> x >> y >> w >> h;
+  return QRect(x, y, w, h);
+}
+
+// Stars move in `area`: lit pixels on black, not the same from one screenshot to the next.
+bool FliesIn(const GnomeShell& shell, const QRect& area) {
+  return WaitFor([&] {
+    const QImage a = shell.Screenshot().copy(area), b = shell.Screenshot().copy(area);
+    return LitPixels(a) > 100 && DifferentPixels(a, b) > 100;
+  });
+}
+
+// A foot terminal in red, maximised on the monitor, as a user's window over the desktop.
+bool Cover(const GnomeShell& shell, int monitor) {
+  const std::string count = "global.get_window_actors().filter(a => a.meta_window.get_wm_class() === 'foot').length";
+  const int before = std::stoi("0" + shell.Eval(count));
+  shell.Shell("foot -o colors.background=ff0000 sleep 86400 >/dev/null 2>&1 &");
+  if (!WaitFor([&] { return std::stoi("0" + shell.Eval(count)) > before; }, 20000)) return false;
+  return shell.Eval("const w = global.display.sort_windows_by_stacking(global.get_window_actors().map(a => a.meta_window)"
+                    ".filter(w => w.get_wm_class() === 'foot')).pop(); w.move_to_monitor(" + std::to_string(monitor) +
+                    "); w.maximize(Meta.MaximizeFlags.BOTH); 1") == "1";
+}
+
+TEST(GnomeE2E, TheExtensionFliesUnderEveryWindowOnEachMonitorOutOfTheListsAndEndsWithIt) {
+  GnomeShell shell({{1280, 720}, {800, 600}});
+  ASSERT_TRUE(shell.Started()) << shell.Log();
+  ASSERT_TRUE(WaitFor([&] { return shell.Lumox() > 0; }, 20000)) << shell.Log();
+  const QRect one = Monitor(shell, 0), two = Monitor(shell, 1);
+  // One window a monitor, over all of it but the top bar: a moving star field on each.
+  const auto at = [](const QRect& r) {
+    return std::to_string(r.x()) + " " + std::to_string(r.y()) + " " + std::to_string(r.width()) + " " + std::to_string(r.height());
+  };
+  const std::string bar = shell.Eval("Main.panel.height");
+  ASSERT_TRUE(WaitFor([&] {
+    return shell.Eval(kLumoxWindows) == at(one.adjusted(0, std::stoi("0" + bar), 0, 0)) + ", " + at(two);
+  }, 20000)) << shell.Eval(kLumoxWindows);
+  EXPECT_TRUE(FliesIn(shell, one.adjusted(0, one.height() / 4, 0, 0)));
+  EXPECT_TRUE(FliesIn(shell, two.adjusted(0, two.height() / 4, 0, 0)));
+  // Out of alt-tab and the window list, and out of the overview, which shows no window that skips the taskbar.
+  EXPECT_EQ(shell.Eval("global.display.get_tab_list(Meta.TabList.NORMAL, null).length"), "0");
+  EXPECT_EQ(shell.Eval("global.get_window_actors().map(a => a.meta_window).filter(w => !w.is_skip_taskbar()).length"), "0");
+
+  // A window over it shows above it; covering every monitor stops the flights.
+  ASSERT_TRUE(Cover(shell, 0));
+  EXPECT_TRUE(WaitFor([&] { return shell.Screenshot().pixel(one.center()) == qRgb(0xFF, 0, 0); }));
+  EXPECT_TRUE(FliesIn(shell, two.adjusted(0, two.height() / 4, 0, 0)));
+  ASSERT_TRUE(Cover(shell, 1));
+  const pid_t lumox_pid = shell.Lumox();
+  const double covered = CpuShare([&] { return CpuTicksOf(lumox_pid); }, 10000);
+  std::printf("CPU with every monitor covered: %.2f%% of a core\n", covered * 100.0);
+  EXPECT_LT(covered, 0.02);
+  shell.Shell("pkill -u $(id -u) foot");
+  const auto uncovered = Clock::now();
+  EXPECT_TRUE(FliesIn(shell, two.adjusted(0, two.height() / 4, 0, 0)));
+  std::printf("Flying again %ld ms after the windows went\n", MsSince(uncovered));
+
+  // Turned off, Lumox ends at once and the Shell's own background shows.
+  const pid_t lumox = shell.Lumox();
+  shell.Shell("gnome-extensions disable lumox-wallpaper@lumox");
+  const auto disabled = Clock::now();
+  EXPECT_TRUE(WaitFor([&] { return kill(lumox, 0) != 0; }, 1000)) << "still running";
+  std::printf("Lumox ended %ld ms after the extension was disabled\n", MsSince(disabled));
+  EXPECT_EQ(shell.Eval(kLumoxWindows), "");
+}
+
+// A Lumox that ends on its own is started again, a few times a minute, then no more, in one line.
+TEST(GnomeE2E, ALumoxThatEndsIsStartedAgainAFewTimesAMinute) {
+  GnomeShell shell({{800, 600}});
+  ASSERT_TRUE(shell.Started()) << shell.Log();
+  for (int run = 0; run < 3; ++run) {
+    pid_t lumox = -1;
+    ASSERT_TRUE(WaitFor([&] { return (lumox = shell.Lumox()) > 0; }, 20000)) << run << shell.Log();
+    kill(lumox, SIGKILL);
+    ASSERT_TRUE(WaitFor([&] { return shell.Lumox() != lumox; })) << run;
+  }
+  EXPECT_TRUE(WaitFor([&] { return shell.Log().find("ended 3 times within a minute; not started again") != std::string::npos; }))
+      << shell.Log();
+  EXPECT_EQ(shell.Lumox(), -1);
+}
+
+}  // namespace
+}  // namespace lumox::e2e
