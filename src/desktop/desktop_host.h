@@ -60,7 +60,6 @@ class DesktopHost : public QObject, public DesktopSink {
   std::map<uint32_t, Flying> flights_;
   QElapsedTimer clock_;
   QTimer due_;
-  int carrying_ = 0;
 };
 
 }  // namespace lumox
