@@ -137,7 +137,7 @@ class DesktopCore {
   // pauses at once.
   bool Still(uint32_t output) const { return held_ || covered_.count(output); }
   DesktopEffects Input(const InputEvent& event);
-  // SIGTERM, SIGINT, SIGHUP: the end, as at a logout.
+  // SIGTERM, SIGINT: the end, as at a logout.
   DesktopEffects Signal();
   DesktopEffects Grabbed(bool taken, int64_t now);
   // The connection to the display server broke.
