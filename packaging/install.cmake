@@ -72,6 +72,19 @@ function(lumox_saver_link bin_folder component)
 endfunction()
 lumox_saver_link(${CMAKE_INSTALL_BINDIR} program)
 
+# The systemd user unit that keeps the wallpaper running with the graphical session, and
+# xsecurelock's saver module; both name the program where this install puts it.
+function(lumox_session_files program component)
+  set(LUMOX_PROGRAM ${program})
+  set(out ${packaging_out}/${component})
+  configure_file(${packaging_src}/lumox-wallpaper.service.in ${out}/lumox-wallpaper.service @ONLY)
+  configure_file(${packaging_src}/saver_lumox.in ${out}/saver_lumox @ONLY)
+  # systemd looks for user units in lib/systemd/user, whatever the platform's lib folder is.
+  install(FILES ${out}/lumox-wallpaper.service DESTINATION lib/systemd/user COMPONENT ${component} ${ARGN})
+  install(PROGRAMS ${out}/saver_lumox DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/xsecurelock COMPONENT ${component} ${ARGN})
+endfunction()
+lumox_session_files(${CMAKE_INSTALL_FULL_BINDIR}/lumox program)
+
 install(TARGETS lumox RUNTIME DESTINATION games COMPONENT debian EXCLUDE_FROM_ALL)
 # What dh_strip does beyond a plain strip: drop the compiler's notes.
 install(CODE "execute_process(COMMAND \"${CMAKE_STRIP}\" --remove-section=.comment --remove-section=.note
@@ -79,6 +92,7 @@ install(CODE "execute_process(COMMAND \"${CMAKE_STRIP}\" --remove-section=.comme
                               COMMAND_ERROR_IS_FATAL ANY)"
         COMPONENT debian EXCLUDE_FROM_ALL)
 lumox_saver_link(games debian EXCLUDE_FROM_ALL)
+lumox_session_files(/usr/games/lumox debian EXCLUDE_FROM_ALL)
 install(FILES ${packaging_out}/copyright ${packaging_out}/changelog.gz
         DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/lumox COMPONENT debian EXCLUDE_FROM_ALL)
 

@@ -17,6 +17,8 @@ packages=(
   # The hosts Lumox meets: the screensaver daemon and a session bus with a mocked service;
   # GNOME Shell, headless, for its extension.
   xscreensaver xscreensaver-data dbus dbus-x11 python3-dbusmock gnome-shell
+  # The user unit's check (systemd-analyze) and the screen locker that runs the saver module.
+  systemd xsecurelock
   # A small X client of the tests' own: another program's grab and override-redirect window.
   python3-xlib
   # Installing and packaging: the validators, dpkg-shlibdeps, lintian.

@@ -195,11 +195,28 @@ DesktopEffects DesktopCore::Failed(const std::string& line) { return End(1, line
 DesktopEffects DesktopCore::Covered(uint32_t output, bool covered) {
   if (ended_ || !plan_.Flying(output) || remake_at_.count(output)) return {};
   if (covered) {
+    // Held, it stands still already.
+    const bool was_still = Still(output);
     covered_.insert(output);
+    if (was_still) return {};
     return {{DesktopEffect::kPause, output}};
   }
   covered_.erase(output);
+  if (Still(output)) return {};
   return {{DesktopEffect::kResume, output}};
+}
+
+DesktopEffects DesktopCore::Held(bool held) {
+  if (ended_ || held == held_) return {};
+  held_ = held;
+  DesktopEffects effects;
+  if (!started_) return effects;
+  for (uint32_t output : plan_.FlyingOutputs()) {
+    // A surface waiting to be made anew has no flight; a covered one stands still either way.
+    if (remake_at_.count(output) || covered_.count(output)) continue;
+    effects.push_back({held ? DesktopEffect::kPause : DesktopEffect::kResume, output});
+  }
+  return effects;
 }
 
 DesktopEffects DesktopCore::Input(const InputEvent& event) {

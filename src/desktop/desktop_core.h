@@ -130,8 +130,14 @@ class DesktopCore {
   // The output's surface could not be made or drawn on: `line` says why, and the process ends.
   DesktopEffects Failed(const std::string& line);
   DesktopEffects Covered(uint32_t output, bool covered);
+  // Every output holds still while `held` (the machine runs on its battery); let go, they fly
+  // again, all but the covered ones.
+  DesktopEffects Held(bool held);
+  // Whether the output's flight is to stand still, covered or held: a flight that takes off then
+  // pauses at once.
+  bool Still(uint32_t output) const { return held_ || covered_.count(output); }
   DesktopEffects Input(const InputEvent& event);
-  // SIGTERM, SIGINT, SIGHUP: the end, as at a logout.
+  // SIGTERM, SIGINT: the end, as at a logout.
   DesktopEffects Signal();
   DesktopEffects Grabbed(bool taken, int64_t now);
   // The connection to the display server broke.
@@ -157,6 +163,7 @@ class DesktopCore {
   WakeWatch wake_;
   bool started_ = false, ended_ = false;
   std::set<uint32_t> covered_;
+  bool held_ = false;
   std::map<uint32_t, int64_t> remake_at_;  // closed surfaces waiting for their pause
   // The saver's output whose surface holds the keyboard and the pointer, once asked for.
   uint32_t grabbing_ = 0;

@@ -32,6 +32,14 @@ int DesktopHost::Start(std::unique_ptr<DesktopBackend> backend, std::string& err
 
 void DesktopHost::Signalled() { Carry(core_.Signal()); }
 
+void DesktopHost::FollowSettings() {
+  if (!options_.follow) return;
+  for (auto& [output, entry] : flights_)
+    if (entry.width && !options_.follow(*entry.flight, entry.width)) return;  // one line for all
+}
+
+void DesktopHost::Hold(bool held) { Carry(core_.Held(held)); }
+
 void DesktopHost::Carry(const DesktopEffects& effects) {
   for (const DesktopEffect& effect : effects) {
     const auto found = flights_.find(effect.output);
@@ -95,7 +103,9 @@ void DesktopHost::OutputReshaped(uint32_t output) { Carry(core_.Reshaped(output)
 void DesktopHost::SurfaceReady(uint32_t output, int width) {
   const auto found = flights_.find(output);
   if (found == flights_.end()) return;
+  found->second.width = width;
   found->second.flight->TakeOff(options_.starting(width));
+  if (core_.Still(output)) found->second.flight->Pause();
 }
 
 void DesktopHost::SurfaceRedraw(uint32_t output) {

@@ -22,8 +22,12 @@ class DesktopHost : public QObject, public DesktopSink {
   // Connects the backend, learns the outputs and flies on them. Gives 0, or the exit status with
   // `error` set: 1 for a display that can't host the flights, 2 for an output that is not there.
   int Start(std::unique_ptr<DesktopBackend> backend, std::string& error);
-  // A signal that ends the process (SIGTERM, SIGINT, SIGHUP) arrived.
+  // A signal that ends the process (SIGTERM, SIGINT) arrived.
   void Signalled();
+  // The settings file changed: every flight in the air follows it.
+  void FollowSettings();
+  // Every output holds still while `held` (on battery), flying again once let go.
+  void Hold(bool held);
 
   std::vector<uint32_t> FlyingOutputs() const;
   const Flight* FlightOn(uint32_t output) const;
@@ -47,6 +51,7 @@ class DesktopHost : public QObject, public DesktopSink {
   struct Flying {
     std::unique_ptr<DrawTarget> surface;
     std::unique_ptr<Flight> flight;  // drawn on `surface`, so it goes first
+    int width = 0;                   // in logical pixels, once it has taken off
   };
   void Carry(const DesktopEffects& effects);
   void Land(uint32_t output);

@@ -7,6 +7,10 @@
 #include "starfield/star_field.h"
 
 namespace lumox {
+class Flight;
+}
+
+namespace lumox {
 
 enum class DesktopRole { kWallpaper, kSaver };
 
@@ -16,6 +20,9 @@ struct DesktopModeOptions {
   std::string output;  // the one output to fly on, by name; empty for every output
   // The settings to start with on an output this wide, in logical pixels.
   std::function<Settings(int width)> starting;
+  // The settings file read anew for a flight on an output this wide, which follows it; false when
+  // the file could not be read (and that has been said).
+  std::function<bool(Flight& flight, int width)> follow;
 };
 
 }  // namespace lumox

@@ -22,6 +22,13 @@ void Flight::ApplySettings(const Settings& s) {
   StarMax = s.StarMax;
 }
 
+void Flight::Follow(const FollowStep& step) {
+  if (step.kind == FollowStep::kKeep) return;
+  ApplySettings(step.settings);
+  // A paused flight (or one not yet off) sets its period as it resumes (or takes off).
+  if (step.new_period && timer1_.isActive()) ResetTimer2Period();
+}
+
 Settings Flight::CurrentSettings() const {
   Settings s;
   s.Rotn = Rotn;

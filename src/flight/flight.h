@@ -5,6 +5,7 @@
 #include "flight/draw_target.h"
 #include "flight/fps_readout.h"
 #include "flight/sweep_timer.h"
+#include "settings/prefs_follow.h"
 #include "starfield/star_field.h"
 
 namespace lumox {
@@ -38,6 +39,9 @@ class Flight : public StarField {
   void ResetTimer2Period();
   Settings CurrentSettings() const;
   void ApplySettings(const Settings& settings);
+  // The settings file changed under a running flight: it goes on with the new settings, its
+  // stars where they are; a new count brings its stars in at the next sweep, as the slider does.
+  void Follow(const FollowStep& step);
 
   // Takes off with `settings`: CameraZ back to 0, the stars made anew, the first frame drawn and
   // both timers running.

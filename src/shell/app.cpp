@@ -80,20 +80,22 @@ void QuitApplication() {
 
 namespace {
 int g_signal_pipe[2] = {-1, -1};
-void OnSignal(int) {
-  const char byte = 1;
+void OnSignal(int signal) {
+  const char byte = static_cast<char>(signal);
   [[maybe_unused]] const ssize_t n = write(g_signal_pipe[1], &byte, 1);
 }
 }  // namespace
 
-void QuitOnSignals(std::function<void()> quit) {
+void QuitOnSignals(std::function<void()> quit, std::function<void()> hangup) {
   // A signal handler may do next to nothing; it wakes the event loop, which quits.
   if (socketpair(AF_UNIX, SOCK_STREAM, 0, g_signal_pipe) != 0) return;
   auto* notifier = new QSocketNotifier(g_signal_pipe[0], QSocketNotifier::Read, qApp);
-  QObject::connect(notifier, &QSocketNotifier::activated, [quit = std::move(quit)] {
-    char byte;
+  QObject::connect(notifier, &QSocketNotifier::activated, [quit = std::move(quit), hangup = std::move(hangup)] {
+    char byte = 0;
     [[maybe_unused]] const ssize_t n = read(g_signal_pipe[0], &byte, 1);
-    if (quit)
+    if (byte == SIGHUP && hangup)
+      hangup();
+    else if (quit)
       quit();
     else
       QuitApplication();

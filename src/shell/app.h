@@ -34,8 +34,8 @@ class MainMenuBar {
 void QuitApplication();
 
 // SIGTERM, SIGINT and SIGHUP (a logout, Ctrl+C in a terminal) quit the same way as Ctrl+Q, or
-// call `quit` where one is given.
-void QuitOnSignals(std::function<void()> quit = {});
+// call `quit` where one is given. With `hangup`, SIGHUP calls that instead and quits nothing.
+void QuitOnSignals(std::function<void()> quit = {}, std::function<void()> hangup = {});
 
 // The display's closing step also runs when the process ends by exit() from inside the event
 // loop, as Qt and Xlib end it when the X server goes away. Call once the application exists.

@@ -24,13 +24,14 @@ const QCommandLineOption kFps("fps", "Show the frames per second and the CPU use
 const QCommandLineOption kRoot("root",
                                "Be an XScreenSaver display mode: draw the flight alone into the window named by "
                                "XSCREENSAVER_WINDOW, else into the root window. The settings file is read, never "
-                               "written.");
+                               "written, and followed as it changes (and on SIGHUP).");
 const QCommandLineOption kWindowId("window-id", "As --root, but draw into the X window with this id (decimal or 0x hex).",
                                    "id");
 const QCommandLineOption kWallpaper("wallpaper",
                                     "Be the desktop's wallpaper: one flight on each output, behind every window, "
-                                    "until SIGTERM or SIGINT. On Wayland a layer surface (sway, Hyprland, KWin and "
-                                    "others; GNOME has none), on X11 drawn into the root window.");
+                                    "until SIGTERM or SIGINT; SIGHUP reads the settings file anew. On Wayland a layer "
+                                    "surface (sway, Hyprland, KWin and others; GNOME has none), on X11 drawn into the "
+                                    "root window.");
 const QCommandLineOption kSaver("saver",
                                 "Be the screensaver: one flight on each output, above every window, until a key, a "
                                 "button or the pointer moves. It locks nothing.");
@@ -41,6 +42,9 @@ const QCommandLineOption kGnomeShell("gnome-shell",
                                      "extension makes the background. The extension starts Lumox so.");
 const QCommandLineOption kOutput("output", "With --wallpaper or --saver: only this output (a Wayland output or an X11 "
                                  "RandR monitor, by name).", "name");
+const QCommandLineOption kPauseOnBattery("pause-on-battery",
+                                         "With --wallpaper or --saver: draw nothing while UPower says the machine "
+                                         "runs on its battery.");
 // The settings a display mode may set, in the settings file's units, each held to its slider's range.
 const QCommandLineOption kSpeed("speed", "In the display modes: the speed, 0.0002 to 0.1.", "speed");
 const QCommandLineOption kRotation("rotation", "In the display modes: the rotation, -2000 to 2000.", "rotation");
@@ -63,7 +67,7 @@ void SetUp(QCommandLineParser& parser) {
   parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
   parser.setApplicationDescription(QString::fromUtf8(kDescription));
   parser.addOptions({kHelp, kVersion, kGo, kWindow, kScreen, kFps, kRoot, kWindowId, kWallpaper, kSaver, kLayer,
-                     kGnomeShell, kOutput, kSpeed, kRotation, kStars, kStarSize, kColourSpread});
+                     kGnomeShell, kOutput, kPauseOnBattery, kSpeed, kRotation, kStars, kStarSize, kColourSpread});
 }
 
 // The value of a settings option when given; sets `error` when it is not a finite number.
@@ -95,6 +99,7 @@ void ReadDisplayMode(const QCommandLineParser& parser, CommandLine& line) {
   line.saver = parser.isSet(kSaver);
   line.gnome_shell = parser.isSet(kGnomeShell);
   line.output = parser.value(kOutput);
+  line.pause_on_battery = parser.isSet(kPauseOnBattery);
   if (parser.isSet(kLayer)) {
     const QString layer = parser.value(kLayer);
     line.layer = -1;
@@ -116,6 +121,8 @@ void ReadDisplayMode(const QCommandLineParser& parser, CommandLine& line) {
     error = QStringLiteral("'--gnome-shell' goes with '--wallpaper' only, and has no layer.");
   else if (parser.isSet(kOutput) && !line.wallpaper && !line.saver)
     error = QStringLiteral("'--output' goes with '--wallpaper' or '--saver' only.");
+  else if (line.pause_on_battery && !line.wallpaper && !line.saver)
+    error = QStringLiteral("'--pause-on-battery' goes with '--wallpaper' or '--saver' only.");
   else if (parser.isSet(kOutput) && line.output.isEmpty())
     error = QStringLiteral("The output may not be empty.");
   else if (modes == 0)

@@ -5,6 +5,7 @@
 #include <QScreen>
 #include <cstdio>
 
+#include "desktop/battery_watch.h"
 #include "desktop/desktop_host.h"
 #include "desktop/gnome/gnome_backend.h"
 #include "desktop/wayland/wayland_backend.h"
@@ -13,7 +14,9 @@
 
 #include "flight/flight_options.h"
 #include "display/surface_window.h"
+#include "settings/prefs_follow.h"
 #include "settings/prefs_store.h"
+#include "settings/prefs_watch.h"
 #include "settings/prefs_window.h"
 #include "settings/setting_options.h"
 #include "shell/about_window.h"
@@ -94,12 +97,25 @@ Settings StartingSettings(int width, const SettingOptions& options) {
   return WithOptions(settings, options);
 }
 
+bool FollowPrefsFile(Flight& flight, int width, const SettingOptions& options) {
+  Settings read = DefaultSettings(width);
+  if (LoadPrefsFile(read) == PrefsFileState::Unreadable) {
+    std::fprintf(stderr, "lumox: %s\n", UnreadablePrefsLine(PrefsFilePath().toStdString()).c_str());
+    return false;
+  }
+  flight.Follow(FollowPrefs(flight.CurrentSettings(), read, options));
+  return true;
+}
+
 int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
   DesktopModeOptions options;
   options.role = line.saver ? DesktopRole::kSaver : DesktopRole::kWallpaper;
   options.layer = line.layer;
   options.output = line.output.toStdString();
   options.starting = [settings = line.settings](int width) { return StartingSettings(width, settings); };
+  options.follow = [settings = line.settings](Flight& flight, int width) {
+    return FollowPrefsFile(flight, width, settings);
+  };
   const DisplayChoice::Host display =
       DecideDisplay(argc, argv, line.gnome_shell ? DisplayUse::kShellWindows : DisplayUse::kDesktop, {});
   QApplication app(argc, argv);
@@ -122,7 +138,12 @@ int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
     if (status == 2) std::fputs(qPrintable(UsageHint()), stderr);
     return status;
   }
-  QuitOnSignals([&host] { host.Signalled(); });
+  PrefsWatch watch(PrefsFilePath(), [&host] { host.FollowSettings(); });
+  QuitOnSignals([&host] { host.Signalled(); }, [&host] { host.FollowSettings(); });
+  BatteryWatch battery([&host](bool on_battery) { host.Hold(on_battery); });
+  if (line.pause_on_battery) {
+    if (std::string why; !battery.Start(why)) std::fprintf(stderr, "lumox: %s\n", why.c_str());
+  }
   return QCoreApplication::exec();
 }
 

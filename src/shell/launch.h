@@ -34,6 +34,11 @@ std::unique_ptr<WindowFlight> StartDisplayMode(const CommandLine& line, QString&
 // (the defaults for the width without one) and the command line's over them. The file is only read.
 Settings StartingSettings(int width, const SettingOptions& options);
 
+// Reads the settings file anew for a running flight in a window or on an output this wide, which
+// goes on with them (the command line's options still over them). A file that can't be read
+// keeps the flight's settings, says so in one line and gives false.
+bool FollowPrefsFile(Flight& flight, int width, const SettingOptions& options);
+
 // --wallpaper and --saver, from the application's start to its end: on a Wayland compositor
 // with the layer shell when one answers (Qt then never connects to it), else on X11. Gives
 // the exit status.

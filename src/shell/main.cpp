@@ -3,6 +3,8 @@
 #include <cstdlib>
 
 #include "desktop/x11/x11_probe.h"
+#include "settings/prefs_store.h"
+#include "settings/prefs_watch.h"
 #include "display/surface_window.h"
 #include "shell/app.h"
 #include "shell/command_line.h"
@@ -50,7 +52,12 @@ int main(int argc, char** argv) {
       std::fputs(qPrintable(QStringLiteral("lumox: ") + error + QLatin1Char('\n')), stderr);
       return 1;
     }
-    lumox::QuitOnSignals();
+    // The settings file is followed as it changes, and read anew on SIGHUP.
+    const auto follow = [&flight, &options] {
+      lumox::FollowPrefsFile(flight->Flight(), flight->Surface()->width(), options.settings);
+    };
+    lumox::PrefsWatch watch(lumox::PrefsFilePath(), follow);
+    lumox::QuitOnSignals({}, follow);
     const int status = app.exec();
     if (flight->HostGone()) {
       std::fflush(nullptr);

@@ -56,6 +56,7 @@ struct Settings {
   int64_t ColourSpread = kDefaultColourSpread;
   float StarSize = 0.0f;
   int64_t StarMax = 0;
+  bool operator==(const Settings&) const = default;
 };
 
 Settings DefaultSettings(int64_t screen_width);

@@ -114,6 +114,34 @@ TEST(DesktopCore, ACoveredOutputPausesAndFliesAgainUncovered) {
   EXPECT_EQ(core.Covered(7, true), kNone);  // no such output
 }
 
+TEST(DesktopCore, HeldEveryOutputStandsStillAndLetGoOnlyTheUncoveredFly) {
+  DesktopCore core = Begun(DesktopRole::kWallpaper);
+  EXPECT_EQ(core.Held(true), kNone);  // nothing flies yet
+  EXPECT_TRUE(core.Still(1));         // but what takes off stands still
+  EXPECT_EQ(core.Started(0), (DesktopEffects{{E::kFly, 1}, {E::kFly, 2}}));
+  EXPECT_EQ(core.Held(false), (DesktopEffects{{E::kResume, 1}, {E::kResume, 2}}));
+  EXPECT_FALSE(core.Still(1));
+
+  EXPECT_EQ(core.Covered(2, true), (DesktopEffects{{E::kPause, 2}}));
+  EXPECT_EQ(core.Held(true), (DesktopEffects{{E::kPause, 1}}));  // 2 stands still already
+  EXPECT_EQ(core.Held(true), kNone);                              // said twice
+  EXPECT_EQ(core.Covered(1, true), kNone);                        // held already
+  EXPECT_EQ(core.Covered(1, false), kNone);                       // uncovered, but still held
+  EXPECT_TRUE(core.Still(1));
+  EXPECT_EQ(core.Held(false), (DesktopEffects{{E::kResume, 1}}));  // 2 is still covered
+  EXPECT_TRUE(core.Still(2));
+  EXPECT_FALSE(core.Still(1));
+  EXPECT_EQ(core.Covered(2, false), (DesktopEffects{{E::kResume, 2}}));
+
+  // A surface made anew while held takes off still; it has no flight to pause meanwhile.
+  core.Held(true);
+  EXPECT_EQ(core.Closed(1, 100), (DesktopEffects{{E::kLand, 1}}));
+  EXPECT_EQ(core.Held(false), (DesktopEffects{{E::kResume, 2}}));
+  core.Held(true);
+  EXPECT_EQ(core.Tick(100 + DesktopCore::kRemakePause), (DesktopEffects{{E::kFly, 1}}));
+  EXPECT_TRUE(core.Still(1));
+}
+
 TEST(DesktopCore, TheSaverEndsOnAnyPressAndOnAPointerThatMovesAway) {
   for (InputKind kind : {InputKind::kKey, InputKind::kButton, InputKind::kWheel, InputKind::kTouch}) {
     DesktopCore core = Begun(DesktopRole::kSaver);

@@ -21,6 +21,8 @@ data_files() {
     echo "share/man/man6/lumox.6.gz"
     echo "share/xscreensaver/config/lumox.xml"
     echo "libexec/xscreensaver/lumox"
+    echo "libexec/xsecurelock/saver_lumox"
+    echo "lib/systemd/user/lumox-wallpaper.service"
     for f in metadata.json extension.js; do echo "share/gnome-shell/extensions/lumox-wallpaper@lumox/$f"; done
     for s in "${sizes[@]}"; do echo "share/icons/hicolor/${s}x${s}/apps/$id.png"; done
   } | sort
@@ -38,6 +40,13 @@ files)
   [ -x "$tmp/root/usr/bin/lumox" ] || fail "usr/bin/lumox is not executable"
   [ "$(readlink "$tmp/root/usr/libexec/xscreensaver/lumox")" = ../../bin/lumox ] ||
     fail "the display mode's link does not lead to the program"
+  # The unit and the saver module run the program where the configured prefix puts it.
+  prefix=$(sed -n 's/^CMAKE_INSTALL_PREFIX:PATH=//p' "$build/CMakeCache.txt")
+  unit=$tmp/root/usr/lib/systemd/user/lumox-wallpaper.service
+  grep -qx "ExecStart=$prefix/bin/lumox --wallpaper" "$unit" || fail "the unit does not run $prefix/bin/lumox --wallpaper"
+  grep -qx "exec $prefix/bin/lumox --root" "$tmp/root/usr/libexec/xsecurelock/saver_lumox" ||
+    fail "saver_lumox does not run $prefix/bin/lumox --root"
+  [ -x "$tmp/root/usr/libexec/xsecurelock/saver_lumox" ] || fail "saver_lumox is not executable"
   echo "cmake --install: the $(data_files bin | wc -l) expected files"
   ;;
 
@@ -74,6 +83,18 @@ validators)
   done <<<"$options"
   grep -q "Lumox $version" "$tmp/man.txt" || fail "the man page isn't of version $version"
   xmllint --noout "$share/xscreensaver/config/lumox.xml" || fail "the screensaver's settings are not well-formed XML"
+  # systemd's own check of the user unit, run against the program installed here (it wants the
+  # command to be there) and the man page it names.
+  unit=$tmp/root/usr/lib/systemd/user/lumox-wallpaper.service
+  mkdir -p "$tmp/units" "$tmp/run"
+  sed "s|^ExecStart=[^ ]*|ExecStart=$tmp/root/usr/bin/lumox|" "$unit" >"$tmp/units/lumox-wallpaper.service"
+  out=$(XDG_RUNTIME_DIR=$tmp/run MANPATH=$share/man systemd-analyze verify --user "$tmp/units/lumox-wallpaper.service" 2>&1) ||
+    fail "systemd-analyze verify: $out"
+  [ -z "$out" ] || fail "systemd-analyze verify has remarks: $out"
+  for key in PartOf After WantedBy; do
+    grep -qx "$key=graphical-session.target" "$unit" || fail "the unit has no $key=graphical-session.target"
+  done
+  grep -qx "Restart=on-failure" "$unit" || fail "the unit is not restarted on failure"
   echo "desktop-file-validate, appstreamcli validate and the man page: no remarks"
   ;;
 
@@ -90,6 +111,10 @@ package)
   done
   grep -q '^l.* \./usr/libexec/xscreensaver/lumox -> \.\./\.\./games/lumox$' <(dpkg-deb -c "$deb") ||
     fail "the display mode's link does not lead to /usr/games/lumox"
+  dpkg-deb --fsys-tarfile "$deb" | tar -xO ./usr/lib/systemd/user/lumox-wallpaper.service |
+    grep -qx "ExecStart=/usr/games/lumox --wallpaper" || fail "the packaged unit does not run /usr/games/lumox"
+  dpkg-deb --fsys-tarfile "$deb" | tar -xO ./usr/libexec/xsecurelock/saver_lumox | grep -qx "exec /usr/games/lumox --root" ||
+    fail "the packaged saver_lumox does not run /usr/games/lumox"
   depends=$(dpkg-deb -f "$deb" Depends)
   echo "Depends: $depends"
   for library in libqt6core6 libqt6gui6 libqt6widgets6 libopengl0 libglu1 qt6-qpa-plugins; do

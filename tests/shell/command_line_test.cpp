@@ -69,6 +69,8 @@ TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
   EXPECT_EQ(Parse({"--wallpaper", "--layer=overlay"}).layer, 3);
   EXPECT_EQ(Parse({"--wallpaper"}).layer, 0);
   EXPECT_TRUE(Parse({"--saver", "--fps"}).saver);
+  EXPECT_TRUE(Parse({"--wallpaper", "--pause-on-battery"}).pause_on_battery);
+  EXPECT_FALSE(Parse({"--saver"}).pause_on_battery);
 
   const char* const kOneMode = "Only one of '--root', '--window-id', '--wallpaper' and '--saver' at a time.";
   const char* const kNotWithModes =
@@ -87,6 +89,7 @@ TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
       {{"--layer", "top"}, "'--layer' goes with '--wallpaper' only."},
       {{"--root", "--output", "HDMI-A-1"}, "'--output' goes with '--wallpaper' or '--saver' only."},
       {{"--saver", "--output="}, "The output may not be empty."},
+      {{"--root", "--pause-on-battery"}, "'--pause-on-battery' goes with '--wallpaper' or '--saver' only."},
       {{"--root", "--speed", "fast"}, "'--speed' needs a number, not 'fast'."},
       {{"--root", "--star-size", "inf"}, "'--star-size' needs a number, not 'inf'."},
   };

@@ -29,6 +29,7 @@ class WindowFlight {
   bool HostGone() const;
   OpenGLSurface* Surface() const { return surface_.get(); }
   const lumox::Flight& Flight() const { return flight_; }
+  lumox::Flight& Flight() { return flight_; }
 
  private:
   void Fit(QSize device_size);
