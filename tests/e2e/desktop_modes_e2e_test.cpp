@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <regex>
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -161,10 +162,12 @@ TEST(DesktopModesE2E, TheWallpapersLayerPutsItUnderOrAboveWindowsAndInputGoesToT
 
 // A keyboard that goes while the saver flies and a new one: a press on the new one ends it.
 TEST(DesktopModesE2E, TheSaverEndsOnAKeyOfAKeyboardPluggedInAnew) {
-  SwaySession sway({.kind = "sway", .outputs = {{800, 600}}, .lumox_args = {"--saver"}});
+  SwaySession sway({.kind = "sway", .outputs = {{800, 600}}, .lumox_args = {"--saver"}, .env = {"WAYLAND_DEBUG=1"}});
   ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }, 20000));
   ASSERT_TRUE(sway.PlugKeyboard(false));
   ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }));
+  // The protocol log: the keyboard gone is let go, so the compositor keeps nothing of it.
+  EXPECT_TRUE(WaitFor([&] { return std::regex_search(sway.Stderr(), std::regex(R"(-> wl_keyboard@\d+\.release\(\))")); }));
   ASSERT_TRUE(sway.PlugKeyboard(true));
   // Keys pressed before lumox has asked for the new keyboard reach nobody, so it is pressed again.
   EXPECT_TRUE(WaitFor([&] {
