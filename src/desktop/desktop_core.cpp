@@ -104,8 +104,8 @@ std::string SurfaceFailed(const std::string& output) {
   return "Can't make an OpenGL surface to fly on output '" + output + "'.";
 }
 std::string GrabTaken() {
-  return "Another program holds the keyboard or the pointer, so the screensaver can't take them and could not "
-         "be ended; it has not started.";
+  return "Another program holds the keyboard or the pointer, and a screensaver that can't take them could not "
+         "be ended, so it ends now.";
 }
 }  // namespace desktop_line
 
