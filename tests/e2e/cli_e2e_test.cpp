@@ -195,6 +195,21 @@ TEST(CliE2E, AServerThatResetsWhenItsLastClientLeavesEndsEveryRunInOrder) {
     EXPECT_EQ(ReadFile(err), "") << run;
   }
   StopHelper(xvfb);
+
+  // One that ends with its last client: the display check's connection is held until Qt has its
+  // own, so the run still finds the server there.
+  ASSERT_EQ(pipe(fds), 0);
+  const pid_t ending = StartHelper({"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0", "800x600x24", "-nolisten",
+                                    "tcp", "-terminate"}, fds[1]);
+  close(fds[1]);
+  std::string last = ":";
+  for (char c; read(fds[0], &c, 1) == 1 && c != '\n';) last += c;
+  close(fds[0]);
+  ASSERT_NE(last, ":");
+  EXPECT_EQ(RunCommand("env -u WAYLAND_DISPLAY DISPLAY=" + last + " XDG_RUNTIME_DIR=" + folder + " " LUMOX_EXE
+                       " --window-id 0xdeadbeef 2>&1; echo $?"),
+            "lumox: There is no X window 0xdeadbeef to draw into.\n1\n");
+  StopHelper(ending);
   std::filesystem::remove_all(folder);
 }
 

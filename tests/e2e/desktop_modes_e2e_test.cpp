@@ -91,24 +91,38 @@ TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsO
 }
 
 // At scale 2 the flight is drawn in device pixels: the same star covers four times the pixels,
-// and the screen carries as much light as at scale 1.
+// and the screen carries as much light as at scale 1. A panel with a see-through background
+// shows the flight under it: the wallpaper ignores its zone.
 TEST(DesktopModesE2E, AnOutputAtScaleTwoLooksAsAtScaleOne) {
-  SwaySession sway({.kind = "sway", .outputs = {{800, 600}, {1600, 1200}}, .lumox_args = {"--wallpaper", "--star-size", "6"},
-                    .sway_config = "output HEADLESS-2 scale 2"});
+  SwaySession sway({.kind = "sway", .outputs = {{800, 600}, {1600, 1200}},
+                    .lumox_args = {"--wallpaper", "--star-size", "6"},
+                    .sway_config = "output HEADLESS-2 scale 2\n"
+                                   "bar {\n  output HEADLESS-1\n  position top\n  height 60\n  workspace_buttons no\n"
+                                   "  colors {\n    background #00000000\n  }\n}"});
   ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1") && Flying(sway, "HEADLESS-2"); }, 20000));
+  EXPECT_TRUE(Flying(sway, "HEADLESS-1", QRect(0, 0, 800, 60)));
   const double one = MeanLevel(sway, "HEADLESS-1"), two = MeanLevel(sway, "HEADLESS-2");
   std::printf("Mean intensity: %.3f at scale 1, %.3f at scale 2\n", one, two);
   EXPECT_EQ(sway.Screenshot("HEADLESS-2").size(), QSize(1600, 1200));
+  EXPECT_GT(SplitSquares(sway.Screenshot("HEADLESS-2")), 20);  // drawn at the output's scale, not stretched
   EXPECT_GT(two, one * 0.75);
   EXPECT_LT(two, one * 1.25);
 }
 
-// A new scale or mode while flying gives a buffer of the output's new size, not a corner of it.
+// A new scale or mode while flying gives a buffer of the output's new size, not a corner of it,
+// and a readout drawn at the new scale: twice as tall at scale 2.
 TEST(DesktopModesE2E, TheFlightFillsAnOutputWhoseScaleOrModeChanges) {
-  SwaySession sway({.kind = "sway", .outputs = {{640, 480}}, .lumox_args = {"--wallpaper"}});
+  SwaySession sway({.kind = "sway", .outputs = {{640, 480}}, .lumox_args = {"--wallpaper", "--fps"}});
   ASSERT_TRUE(WaitFor([&] { return Fills(sway, "HEADLESS-1", {640, 480}); }, 20000));
+  Green at_one;
+  ASSERT_TRUE(WaitFor([&] { return (at_one = GreenPixels(sway.Screenshot("HEADLESS-1"))).count > 50; }));
   sway.Shell("swaymsg output HEADLESS-1 scale 2");
   EXPECT_TRUE(WaitFor([&] { return Fills(sway, "HEADLESS-1", {640, 480}) && SplitSquares(sway.Screenshot("HEADLESS-1")) > 20; }));
+  Green at_two;
+  EXPECT_TRUE(WaitFor([&] {
+    at_two = GreenPixels(sway.Screenshot("HEADLESS-1"));
+    return std::abs(at_two.bounds.height() - 2 * at_one.bounds.height()) <= 4;
+  })) << "the readout's text " << at_one.bounds.height() << " pixels tall at scale 1, " << at_two.bounds.height() << " at 2";
   sway.Shell("swaymsg output HEADLESS-1 mode 800x600");
   EXPECT_TRUE(WaitFor([&] { return Fills(sway, "HEADLESS-1", {800, 600}) && SplitSquares(sway.Screenshot("HEADLESS-1")) > 20; }));
   sway.Shell("swaymsg output HEADLESS-1 scale 1");

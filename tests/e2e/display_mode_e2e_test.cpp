@@ -137,7 +137,7 @@ TEST(DisplayModeE2E, TwoRunSideBySideFromTheSettingsFileWhichStaysUntouched) {
   EXPECT_EQ(session.PrefsWrites(), 0);
 }
 
-TEST(DisplayModeE2E, TheRootFlightFollowsTheScreenThroughRandR) {
+TEST(DisplayModeE2E, TheRootFlightAndTheWallpaperFollowTheScreenThroughRandR) {
   Session session({.outputs = {{1280, 800}}, .start_lumox = false});
   session.StartLumox({"-root"});
   EXPECT_TRUE(session.WaitForLit(QRect(0, 0, 1280, 800), 500, 30000));
@@ -146,6 +146,17 @@ TEST(DisplayModeE2E, TheRootFlightFollowsTheScreenThroughRandR) {
   session.Shell("xrandr --fb 1024x768 >/dev/null 2>&1");
   EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-root") == "1024x768\n"; })) << ChildSize(session, "-root");
   session.Signal(SIGINT);
+  EXPECT_TRUE(session.WaitForExit(1000));
+  EXPECT_EQ(session.ExitStatus(), 0);
+
+  // The wallpaper's surface is its monitor's: a new mode gives one of the new size.
+  session.StartLumox({"--wallpaper"});
+  EXPECT_TRUE(WaitFor([&] { return !ChildSize(session, "-root").empty(); }));
+  session.Shell("xrandr --newmode small 0 800 0 0 0 600 0 0 0");
+  session.Shell("xrandr --addmode screen small");
+  session.Shell("xrandr --output screen --mode small");
+  EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-root") == "800x600\n"; })) << ChildSize(session, "-root");
+  session.Signal(SIGTERM);
   EXPECT_TRUE(session.WaitForExit(1000));
   EXPECT_EQ(session.ExitStatus(), 0);
 }
