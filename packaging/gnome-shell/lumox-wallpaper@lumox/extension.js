@@ -23,8 +23,12 @@ class LumoxWallpaper {
     const display = global.display;
     this._signals = [
       [display, display.connect('window-created', (_, window) => this._adopt(window))],
-      [display, display.connect('restacked', () => this._lower())],
+      [display, display.connect('restacked', () => { this._lower(); this._showUncovered(); })],
+      ...['size-changed', 'minimize', 'unminimize', 'switch-workspace'].map(change =>
+        [global.window_manager, global.window_manager.connect(change, () => this._showUncovered())]),
       [display, display.connect('notify::focus-window', () => this._giveFocusBack())],
+      // The top bar's strut may come after our windows are placed: a new work area places them again.
+      [display, display.connect('workareas-changed', () => this._windows().forEach(w => this._place(w)))],
       [Main.layoutManager, Main.layoutManager.connect('monitors-changed', () => this._windows().forEach(w => this._place(w)))],
     ];
     this._start();
@@ -97,6 +101,17 @@ class LumoxWallpaper {
     windows.forEach((window, at) => {
       if (this._ours(window) && lowest >= 0 && at > lowest) window.lower();
     });
+  }
+
+  // Ours is hidden on a monitor under a maximised or full-screen window (taken for opaque): the Shell
+  // then sends it no frame callbacks, and Lumox draws nothing there until it shows again.
+  _showUncovered() {
+    const workspace = global.workspace_manager.get_active_workspace();
+    const covering = global.display.list_all_windows().filter(window => !this._ours(window) &&
+      window.showing_on_its_workspace() && window.located_on_workspace(workspace) &&
+      (window.is_fullscreen() || window.get_maximized() === Meta.MaximizeFlags.BOTH));
+    for (const window of this._windows())
+      window.get_compositor_private().visible = !covering.some(other => other.get_monitor() === window.get_monitor());
   }
 
   // Mutter focuses a window as it maps; ours hands the focus back to the window before it.
