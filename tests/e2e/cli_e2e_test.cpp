@@ -96,7 +96,7 @@ TEST(CliE2E, HelpVersionAndBadArgumentsAnswerOnTheTerminalAndOpenNoWindow) {
     EXPECT_EQ(watch.Windows(), 0) << args;
   }
   EXPECT_FALSE(std::filesystem::exists(lumox.File("net.tallowby.Lumox")));  // nothing began at all
-  lumox.Shell(std::string(X_WINDOW) + " probe");
+  lumox.Shell("/usr/bin/python3 " LUMOX_E2E_DIR "/x_client.py probe");
   EXPECT_EQ(watch.Windows(), 1);  // the watch does see a window that comes up
 
   // Anything else needs a display, and without one says so in one line.

@@ -20,16 +20,11 @@ namespace {
 
 const QRect kHost(100, 80, 400, 300);
 
-// A host window at `area`, held by the x_window tool, with a white child over it if asked; gives
-// its id in decimal.
+// A host window at `area`, with a white child over it if asked; gives its id in decimal.
 std::string Hold(const Session& session, const QRect& area, bool child = false) {
-  static int count = 0;
-  const std::string file = session.File(".host" + std::to_string(++count));
-  session.Shell(std::string(X_WINDOW) + " hold " + std::to_string(area.x()) + " " + std::to_string(area.y()) + " " +
-                std::to_string(area.width()) + " " + std::to_string(area.height()) + (child ? " child" : "") + " >" + file +
-                " 2>/dev/null &");
   std::string id;
-  WaitFor([&] { return std::getline(std::ifstream(file) >> std::ws, id) && !id.empty(); });
+  session.XClient("cover " + std::to_string(area.x()) + " " + std::to_string(area.y()) + " " + std::to_string(area.width()) +
+                  " " + std::to_string(area.height()) + " 000000" + (child ? " child" : ""), &id);
   return id;
 }
 

@@ -1,10 +1,15 @@
 #!/usr/bin/python3
 """Another program on the X display, for the end-to-end tests; each holds on until it is killed.
 
+  x_client.py probe                maps a window and waits until the window manager lists it as managed,
+                                   then takes it away: the manager really takes windows. Exits 1 if not.
   x_client.py grab                 takes the keyboard and the pointer, as a locker or a menu does,
                                    and prints "grabbed" once it holds both.
-  x_client.py cover X Y W H RRGGBB maps an override-redirect window there in that colour, as a
-                                   notification does, and prints its id once it is mapped.
+  x_client.py cover X Y W H RRGGBB [child]
+                                   maps an override-redirect window there in that colour, as a
+                                   notification or a saver's window is, prints its id in decimal once
+                                   mapped, and ends when it is destroyed. With `child`, a white child
+                                   covers it, as a toolkit's window has one.
   x_client.py press KEYSYM         puts the key down and leaves it there (xdotool lets its keys go
                                    when it ends), with the repeat off; prints "down".
 """
@@ -23,7 +28,29 @@ def say(text):
     print(text, flush=True)
 
 
-if sys.argv[1] == "grab":
+def listed(window):
+    clients = root.get_full_property(d.intern_atom("_NET_CLIENT_LIST"), X.AnyPropertyType)
+    return clients is not None and window.id in clients.value
+
+
+if sys.argv[1] == "probe":
+    window = root.create_window(0, 0, 10, 10, 0, screen.root_depth)
+    deadline, remap = time.monotonic() + 20, 0
+    # A window mapped as the manager starts may never be taken: it is mapped again each second.
+    while time.monotonic() < deadline and not listed(window):
+        if time.monotonic() > remap:
+            window.unmap()
+            window.map()
+            remap = time.monotonic() + 1
+        time.sleep(0.02)
+    # Gone from the manager's list before this ends: the next client reuses these ids, and a manager
+    # still holding this window would move that client's window to its place.
+    window.destroy()
+    d.sync()
+    while time.monotonic() < deadline and listed(window):
+        time.sleep(0.02)
+    sys.exit(0 if time.monotonic() < deadline else 1)
+elif sys.argv[1] == "grab":
     # Another client may hold them for a moment (a window manager's own grab): ask again.
     while root.grab_keyboard(False, X.GrabModeAsync, X.GrabModeAsync, X.CurrentTime) != X.GrabSuccess:
         time.sleep(0.05)
@@ -38,10 +65,15 @@ elif sys.argv[1] == "cover":
     window = root.create_window(x, y, w, h, 0, screen.root_depth, background_pixel=colour.pixel,
                                 override_redirect=True, event_mask=X.StructureNotifyMask)
     window.set_wm_name("x_client")
+    if sys.argv[7:] == ["child"]:
+        window.create_window(0, 0, w, h, 0, screen.root_depth, background_pixel=screen.white_pixel).map()
     window.map()
     while d.next_event().type != X.MapNotify:
         pass
-    say(hex(window.id))
+    say(window.id)
+    while d.next_event().type != X.DestroyNotify:
+        pass
+    sys.exit(0)
 elif sys.argv[1] == "press":
     # Repeats of a held key are presses; a finger resting on it sends none.
     d.change_keyboard_control(auto_repeat_mode=X.AutoRepeatModeOff)

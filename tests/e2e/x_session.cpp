@@ -42,7 +42,7 @@ Session::Session(const DesktopOptions& options) : Desktop(options) {
   else wm.push_back("--sm-disable");
   wm_ = StartHelper(wm);
   // The manager announces itself before it is ready to take windows; a window it frames is proof.
-  if (Shell(std::string(X_WINDOW) + " probe; echo $?") != "0\n") throw std::runtime_error(options.kind + " did not start");
+  if (Shell("/usr/bin/python3 " LUMOX_E2E_DIR "/x_client.py probe; echo $?") != "0\n") throw std::runtime_error(options.kind + " did not start");
   // Without the Wayland display of a desktop the tests may run on, Qt takes this X server.
   std::filesystem::create_directory(dir_ + "/runtime");
   std::filesystem::permissions(dir_ + "/runtime", std::filesystem::perms::owner_all);
@@ -133,8 +133,8 @@ bool Session::Move(const std::string& title, QPoint to) const {
 
 bool Session::OpenWindow() const {
   const QRect a = OutputArea(0);
-  Shell(std::string(X_WINDOW) + " hold 0 0 " + std::to_string(a.width()) + " " + std::to_string(a.height()) + " >/dev/null &");
-  return WaitFor([&] { return LitPixels(Screenshot()) == 0 && !Xdo("search --name '^x_window$'").empty(); });
+  XClient("cover 0 0 " + std::to_string(a.width()) + " " + std::to_string(a.height()) + " 000000");
+  return WaitFor([&] { return LitPixels(Screenshot()) == 0 && !Xdo("search --name '^x_client$'").empty(); });
 }
 
 pid_t Session::XClient(const std::string& args, std::string* line) const {
