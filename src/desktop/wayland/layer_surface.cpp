@@ -1,11 +1,16 @@
 // One output's layer surface with an EGL window and context of its own, so each output has its
 // own camera. It is drawn on only once configured, and only when the compositor wants a frame: a
-// covered surface gets no frame callbacks, and its flight pauses until one comes.
+// covered surface gets no frame callbacks, and its flight pauses until one comes. Where the
+// compositor offers a fractional scale it draws at the output's own pixels through a viewport;
+// elsewhere at the output's whole buffer scale.
 #include <wayland-egl.h>
 
 #include <algorithm>
 
+#include "desktop/wayland/surface_scale.h"
 #include "desktop/wayland/wayland_state.h"
+#include "fractional-scale-v1-client-protocol.h"
+#include "viewporter-client-protocol.h"
 #include "wlr-layer-shell-unstable-v1-client-protocol.h"
 
 namespace lumox {
@@ -16,19 +21,22 @@ class LayerSurface : public DrawTarget {
   ~LayerSurface() override;
 
   bool MakeCurrent() override;
-  int DeviceWidth() const override { return width_ * scale_; }
-  int DeviceHeight() const override { return height_ * scale_; }
-  double PixelRatio() const override { return scale_; }
+  int DeviceWidth() const override { return BufferLength(width_, scale_); }
+  int DeviceHeight() const override { return BufferLength(height_, scale_); }
+  double PixelRatio() const override { return ScaleRatio(scale_); }
   void Swap() override;
   bool TakesFrames() const override { return !frame_; }
 
   wl_surface* Surface() const { return surface_; }
+  // The output's whole scale, which a surface with a fractional one leaves aside.
   void Rescale(int scale);
 
  private:
   static const zwlr_layer_surface_v1_listener kLayerListener;
   static const wl_callback_listener kFrameListener;
+  static const wp_fractional_scale_v1_listener kScaleListener;
   void Configure(uint32_t serial, uint32_t width, uint32_t height);
+  void SetScale(uint32_t scale);
   bool SetUpGl();
   void FrameDone();
 
@@ -41,7 +49,10 @@ class LayerSurface : public DrawTarget {
   EGLSurface egl_surface_ = EGL_NO_SURFACE;
   EGLContext context_ = EGL_NO_CONTEXT;
   wl_callback* frame_ = nullptr;
-  int width_ = 0, height_ = 0, scale_ = 1;
+  wp_viewport* viewport_ = nullptr;
+  wp_fractional_scale_v1* fraction_ = nullptr;
+  int width_ = 0, height_ = 0;
+  uint32_t scale_ = kScaleOne;  // in 120ths
 };
 
 const zwlr_layer_surface_v1_listener LayerSurface::kLayerListener = {
@@ -58,8 +69,14 @@ const wl_callback_listener LayerSurface::kFrameListener = {
     [](void* data, wl_callback*, uint32_t) { static_cast<LayerSurface*>(data)->FrameDone(); },
 };
 
+const wp_fractional_scale_v1_listener LayerSurface::kScaleListener = {
+    [](void* data, wp_fractional_scale_v1*, uint32_t scale) {
+      if (scale > 0) static_cast<LayerSurface*>(data)->SetScale(scale);  // 0 would be the compositor's slip
+    },
+};
+
 LayerSurface::LayerSurface(WaylandState& s, const OutputEntry& output)
-    : s_(s), output_(output.name), name_(output.Name()), scale_(std::max(output.scale, 1)) {
+    : s_(s), output_(output.name), name_(output.Name()) {
   s.layers[output_] = this;
   surface_ = wl_compositor_create_surface(s.compositor);
   const bool saver = s.options.role == DesktopRole::kSaver;
@@ -81,10 +98,15 @@ LayerSurface::LayerSurface(WaylandState& s, const OutputEntry& output)
     wl_surface_set_input_region(surface_, nothing);
     wl_region_destroy(nothing);
   }
-  if (wl_surface_get_version(surface_) >= WL_SURFACE_SET_BUFFER_SCALE_SINCE_VERSION)
-    wl_surface_set_buffer_scale(surface_, scale_);
-  else
-    scale_ = 1;
+  if (s.viewporter && s.fractional_scales) {
+    // The buffer scale stays 1; the viewport shows the buffer at the surface's size. Until the
+    // compositor says its scale, scale 1, which wastes no pixels on a whole scale rounded up.
+    viewport_ = wp_viewporter_get_viewport(s.viewporter, surface_);
+    fraction_ = wp_fractional_scale_manager_v1_get_fractional_scale(s.fractional_scales, surface_);
+    wp_fractional_scale_v1_add_listener(fraction_, &kScaleListener, this);
+  } else {
+    Rescale(output.scale);
+  }
   wl_surface_commit(surface_);  // no buffer: asks for the first configure
 }
 
@@ -97,6 +119,8 @@ LayerSurface::~LayerSurface() {
   }
   if (egl_surface_ != EGL_NO_SURFACE) eglDestroySurface(s_.egl, egl_surface_);
   if (window_) wl_egl_window_destroy(window_);
+  if (fraction_) wp_fractional_scale_v1_destroy(fraction_);
+  if (viewport_) wp_viewport_destroy(viewport_);
   zwlr_layer_surface_v1_destroy(layer_);
   wl_surface_destroy(surface_);
 }
@@ -120,6 +144,7 @@ void LayerSurface::Configure(uint32_t serial, uint32_t width, uint32_t height) {
   wl_region_add(all, 0, 0, width_, height_);
   wl_surface_set_opaque_region(surface_, all);
   wl_region_destroy(all);
+  if (viewport_) wp_viewport_set_destination(viewport_, width_, height_);
   if (!window_) {
     if (SetUpGl())
       s_.sink.SurfaceReady(output_, width_);
@@ -133,10 +158,16 @@ void LayerSurface::Configure(uint32_t serial, uint32_t width, uint32_t height) {
 }
 
 void LayerSurface::Rescale(int scale) {
+  if (fraction_ || wl_surface_get_version(surface_) < WL_SURFACE_SET_BUFFER_SCALE_SINCE_VERSION) return;
   scale = std::max(scale, 1);
-  if (scale == scale_ || wl_surface_get_version(surface_) < WL_SURFACE_SET_BUFFER_SCALE_SINCE_VERSION) return;
+  if (WholeScale(scale) == scale_) return;
+  wl_surface_set_buffer_scale(surface_, scale);
+  SetScale(WholeScale(scale));
+}
+
+void LayerSurface::SetScale(uint32_t scale) {
+  if (scale == scale_) return;
   scale_ = scale;
-  wl_surface_set_buffer_scale(surface_, scale_);
   if (!window_) return;
   wl_egl_window_resize(window_, DeviceWidth(), DeviceHeight(), 0, 0);
   s_.sink.SurfaceRedraw(output_);

@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include "desktop/wayland/wayland_state.h"
+#include "fractional-scale-v1-client-protocol.h"
+#include "viewporter-client-protocol.h"
 #include "wlr-layer-shell-unstable-v1-client-protocol.h"
 #include "xdg-output-unstable-v1-client-protocol.h"
 
@@ -15,6 +17,8 @@ constexpr uint32_t kOutputVersion = 4;
 constexpr uint32_t kXdgOutputVersion = 3;
 constexpr uint32_t kLayerShellVersion = 4;
 constexpr uint32_t kSeatVersion = 5;
+constexpr uint32_t kViewporterVersion = 1;
+constexpr uint32_t kFractionalScaleVersion = 1;
 
 void Describe(OutputEntry& o) {
   o.state->sink.OutputDescribed(o.name, o.Name());
@@ -73,6 +77,11 @@ void Global(void* data, wl_registry* registry, uint32_t name, const char* interf
   } else if (!strcmp(interface, zxdg_output_manager_v1_interface.name) && !s.xdg_outputs) {
     s.xdg_outputs = static_cast<zxdg_output_manager_v1*>(bind(&zxdg_output_manager_v1_interface, kXdgOutputVersion));
     for (auto& [id, o] : s.outputs) WatchNames(s, *o);
+  } else if (!strcmp(interface, wp_viewporter_interface.name) && !s.viewporter) {
+    s.viewporter = static_cast<wp_viewporter*>(bind(&wp_viewporter_interface, kViewporterVersion));
+  } else if (!strcmp(interface, wp_fractional_scale_manager_v1_interface.name) && !s.fractional_scales) {
+    s.fractional_scales = static_cast<wp_fractional_scale_manager_v1*>(
+        bind(&wp_fractional_scale_manager_v1_interface, kFractionalScaleVersion));
   } else if (!strcmp(interface, wl_output_interface.name)) {
     auto o = std::make_unique<OutputEntry>();
     o->state = &s;
@@ -114,6 +123,8 @@ void DropGlobals(WaylandState& s) {
   for (auto& [name, output] : s.outputs) DropOutput(*output);
   s.outputs.clear();
   if (s.xdg_outputs) zxdg_output_manager_v1_destroy(s.xdg_outputs);
+  if (s.fractional_scales) wp_fractional_scale_manager_v1_destroy(s.fractional_scales);
+  if (s.viewporter) wp_viewporter_destroy(s.viewporter);
   if (s.layer_shell) zwlr_layer_shell_v1_destroy(s.layer_shell);
   if (s.compositor) wl_compositor_destroy(s.compositor);
   if (s.registry) wl_registry_destroy(s.registry);

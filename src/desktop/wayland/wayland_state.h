@@ -16,6 +16,8 @@
 struct zwlr_layer_shell_v1;
 struct zxdg_output_manager_v1;
 struct zxdg_output_v1;
+struct wp_viewporter;
+struct wp_fractional_scale_manager_v1;
 
 namespace lumox {
 
@@ -50,6 +52,9 @@ struct WaylandState {
   wl_compositor* compositor = nullptr;
   zwlr_layer_shell_v1* layer_shell = nullptr;
   zxdg_output_manager_v1* xdg_outputs = nullptr;
+  // Both or neither: a fractional scale is drawn through a viewport.
+  wp_viewporter* viewporter = nullptr;
+  wp_fractional_scale_manager_v1* fractional_scales = nullptr;
   std::map<uint32_t, std::unique_ptr<OutputEntry>> outputs;
   std::map<uint32_t, std::unique_ptr<SeatEntry>> seats;
   // Each flying output's layer surface, kept up to date by the surfaces themselves.
