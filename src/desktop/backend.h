@@ -4,10 +4,12 @@
 // on an output to fly on, and for the saver's grab.
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "desktop/desktop_core.h"
 #include "flight/draw_target.h"
+#include "flight/view_cut.h"
 
 namespace lumox {
 
@@ -46,6 +48,8 @@ class DesktopBackend {
   // The saver's surface on this output takes the keyboard and the pointer; false while another
   // program holds them or the surface is not yet on screen.
   virtual bool Grab(uint32_t output) = 0;
+  // Where the output stands in the desktop's layout, in logical pixels; none while unknown.
+  virtual std::optional<ViewRect> Place(uint32_t output) const = 0;
 };
 
 }  // namespace lumox

@@ -10,6 +10,7 @@ DesktopHost::DesktopHost(DesktopModeOptions options, std::function<void(int, con
   due_.setSingleShot(true);
   due_.setTimerType(Qt::PreciseTimer);
   connect(&due_, &QTimer::timeout, this, [this] { Carry(core_.Tick(Now())); });
+  if (options_.span) span_ = std::make_unique<Flight>();
 }
 
 DesktopHost::~DesktopHost() {
@@ -34,6 +35,10 @@ void DesktopHost::Signalled() { Carry(core_.Signal()); }
 
 void DesktopHost::FollowSettings() {
   if (!options_.follow) return;
+  if (span_) {
+    if (span_off_) options_.follow(*span_, static_cast<int>(box_.width));
+    return;
+  }
   for (auto& [output, entry] : flights_)
     if (entry.width && !options_.follow(*entry.flight, entry.width)) return;  // one line for all
 }
@@ -49,6 +54,11 @@ void DesktopHost::Carry(const DesktopEffects& effects) {
         if (found != flights_.end()) break;
         std::unique_ptr<DrawTarget> surface = backend_->MakeSurface(effect.output);
         if (!surface) break;
+        if (span_) {
+          flights_[effect.output].surface = std::move(surface);
+          Recut();
+          break;
+        }
         // It takes off once the surface says it is ready, never inside MakeSurface.
         Flying& entry = flights_[effect.output];
         entry.flight = std::make_unique<Flight>();
@@ -60,13 +70,15 @@ void DesktopHost::Carry(const DesktopEffects& effects) {
         Land(effect.output);
         break;
       case DesktopEffect::kPause:
+        if (span_) SteerSpan();
         if (flight) flight->Pause();
         break;
       case DesktopEffect::kResume:
+        if (span_) SteerSpan();
         if (flight) flight->Resume();
         break;
       case DesktopEffect::kGrab:
-        Carry(core_.Grabbed(flight && backend_->Grab(effect.output), Now()));
+        Carry(core_.Grabbed(found != flights_.end() && backend_->Grab(effect.output), Now()));
         break;
       case DesktopEffect::kEnd:
         due_.stop();
@@ -81,9 +93,33 @@ void DesktopHost::Carry(const DesktopEffects& effects) {
 void DesktopHost::Land(uint32_t output) {
   const auto found = flights_.find(output);
   if (found == flights_.end()) return;
-  found->second.flight.reset();
-  found->second.surface.reset();
+  Flying gone = std::move(found->second);
   flights_.erase(found);
+  if (span_) {
+    Recut();  // before its surface goes
+    SteerSpan();
+  }
+  gone.flight.reset();
+  gone.surface.reset();
+}
+
+void DesktopHost::Recut() {
+  std::map<uint32_t, ViewRect> places;
+  std::vector<ViewRect> rects;
+  for (const auto& [output, entry] : flights_)
+    if (const std::optional<ViewRect> place = backend_->Place(output)) rects.push_back(places[output] = *place);
+  box_ = BoundingBox(rects);
+  std::vector<Flight::View> views;
+  for (const auto& [output, place] : places)
+    if (const Flying& entry = flights_.at(output); entry.width) views.push_back({entry.surface.get(), place, box_});
+  span_->SetViews(std::move(views));
+}
+
+void DesktopHost::SteerSpan() {
+  if (std::all_of(flights_.begin(), flights_.end(), [this](const auto& entry) { return core_.Still(entry.first); }))
+    span_->Pause();
+  else
+    span_->Resume();
 }
 
 void DesktopHost::Schedule() {
@@ -96,7 +132,10 @@ void DesktopHost::Schedule() {
 }
 
 void DesktopHost::OutputAdded(uint32_t output) { Carry(core_.Added(output)); }
-void DesktopHost::OutputDescribed(uint32_t output, const std::string& name) { Carry(core_.Described(output, name)); }
+void DesktopHost::OutputDescribed(uint32_t output, const std::string& name) {
+  Carry(core_.Described(output, name));
+  if (span_ && flights_.count(output)) Recut();  // it may have moved
+}
 void DesktopHost::OutputRemoved(uint32_t output) { Carry(core_.Removed(output)); }
 void DesktopHost::OutputReshaped(uint32_t output) { Carry(core_.Reshaped(output)); }
 
@@ -104,13 +143,22 @@ void DesktopHost::SurfaceReady(uint32_t output, int width) {
   const auto found = flights_.find(output);
   if (found == flights_.end()) return;
   found->second.width = width;
+  if (span_) {
+    Recut();
+    if (!span_off_) span_->TakeOff(options_.starting(static_cast<int>(box_.width)));
+    span_off_ = true;
+    SteerSpan();
+    return;
+  }
   found->second.flight->TakeOff(options_.starting(width));
   if (core_.Still(output)) found->second.flight->Pause();
 }
 
 void DesktopHost::SurfaceRedraw(uint32_t output) {
   const auto found = flights_.find(output);
-  if (found != flights_.end() && found->second.flight->Timer1()->isActive()) found->second.flight->Render();
+  if (found == flights_.end()) return;
+  Flight* flight = span_ ? span_.get() : found->second.flight.get();
+  if (flight->Timer1()->isActive()) flight->Render();
 }
 
 void DesktopHost::SurfaceCovered(uint32_t output, bool covered) { Carry(core_.Covered(output, covered)); }
@@ -135,7 +183,8 @@ std::vector<uint32_t> DesktopHost::FlyingOutputs() const {
 
 const Flight* DesktopHost::FlightOn(uint32_t output) const {
   const auto found = flights_.find(output);
-  return found == flights_.end() ? nullptr : found->second.flight.get();
+  if (found == flights_.end()) return nullptr;
+  return span_ ? span_.get() : found->second.flight.get();
 }
 
 }  // namespace lumox

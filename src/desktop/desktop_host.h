@@ -50,11 +50,15 @@ class DesktopHost : public QObject, public DesktopSink {
  private:
   struct Flying {
     std::unique_ptr<DrawTarget> surface;
-    std::unique_ptr<Flight> flight;  // drawn on `surface`, so it goes first
-    int width = 0;                   // in logical pixels, once it has taken off
+    std::unique_ptr<Flight> flight;  // drawn on `surface`, so it goes first; none in a span
+    int width = 0;                   // in logical pixels, once it has taken off (or is ready)
   };
   void Carry(const DesktopEffects& effects);
   void Land(uint32_t output);
+  // A span's views cut anew from the outputs' places, as outputs come, go or move.
+  void Recut();
+  // The span stands still while every output does, and flies while any one can.
+  void SteerSpan();
   void Schedule();
   int64_t Now() const { return clock_.elapsed(); }
 
@@ -63,6 +67,10 @@ class DesktopHost : public QObject, public DesktopSink {
   DesktopCore core_;
   std::unique_ptr<DesktopBackend> backend_;
   std::map<uint32_t, Flying> flights_;
+  // With --span, the one flight the outputs show, and their bounding box.
+  std::unique_ptr<Flight> span_;
+  ViewRect box_;
+  bool span_off_ = false;  // it has taken off
   QElapsedTimer clock_;
   QTimer due_;
 };

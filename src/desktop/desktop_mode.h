@@ -18,6 +18,7 @@ struct DesktopModeOptions {
   DesktopRole role = DesktopRole::kWallpaper;
   int layer = 0;       // the layer shell's: background, bottom, top, overlay (0 to 3)
   std::string output;  // the one output to fly on, by name; empty for every output
+  bool span = false;   // one flight across the outputs, each showing its part, as they are laid out
   // The settings to start with on an output this wide, in logical pixels.
   std::function<Settings(int width)> starting;
   // The settings file read anew for a flight on an output this wide, which follows it; false when

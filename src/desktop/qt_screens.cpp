@@ -26,6 +26,13 @@ void QtScreens::Added(QScreen* screen) {
   sink_.OutputDescribed(id, screen->name().toStdString());
 }
 
+std::optional<ViewRect> QtScreens::Place(uint32_t output) const {
+  const QScreen* screen = Screen(output);
+  if (!screen) return std::nullopt;
+  const QRect r = screen->geometry();
+  return ViewRect{r.x(), r.y(), r.width(), r.height()};
+}
+
 QScreen* QtScreens::Screen(uint32_t output) const {
   const auto found = screens_.find(output);
   return found == screens_.end() ? nullptr : found->second.data();

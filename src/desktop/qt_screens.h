@@ -5,6 +5,7 @@
 #include <QPointer>
 #include <QScreen>
 #include <map>
+#include <optional>
 
 #include "desktop/backend.h"
 
@@ -16,6 +17,8 @@ class QtScreens : public QObject {
   void Watch();
   // The screen that is this output; null once it has gone.
   QScreen* Screen(uint32_t output) const;
+  // The screen's place in the desktop, in logical pixels.
+  std::optional<ViewRect> Place(uint32_t output) const;
 
  private:
   void Added(QScreen* screen);

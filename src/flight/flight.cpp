@@ -2,6 +2,9 @@
 
 #include <GL/gl.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "flight/flight_options.h"
 #include "flight/frame.h"
 #include "flight/gl_api.h"
@@ -41,6 +44,8 @@ Settings Flight::CurrentSettings() const {
 
 void Flight::TakeOff(const Settings& settings) {
   CameraZ = 0.0f;
+  camera_ = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+  mover_ = nullptr;
   Frames = 0;
   Turned = 0.0;
   ApplySettings(settings);
@@ -67,8 +72,13 @@ void Flight::Pause() {
   paused_ = true;
 }
 
+bool Flight::TakesFrames() const {
+  if (views_.empty()) return !target_ || target_->TakesFrames();
+  return std::any_of(views_.begin(), views_.end(), [](const View& view) { return view.target->TakesFrames(); });
+}
+
 void Flight::Timer1_Action() {
-  if (target_ && !target_->TakesFrames()) {
+  if (!TakesFrames()) {
     Pause();
     return;
   }
@@ -85,27 +95,62 @@ void Flight::Resume() {
 
 void Flight::Timer2_Action() { lumox::Timer2_Action(*this); }
 
-bool Flight::Surface_Render() {
-  const double ratio = target_ ? target_->PixelRatio() : 1.0;
-  if (FpsShown()) return RenderWithReadout(*this, MesaGl(), fps_readout_.Frame(ratio), MesaOverlayGl(), ratio);
-  return lumox::Surface_Render(*this, MesaGl(), ratio);
+bool Flight::Surface_Render() { return Draw(target_, nullptr); }
+
+bool Flight::Draw(const DrawTarget* target, const Projection* cut) {
+  const double ratio = target ? target->PixelRatio() : 1.0;
+  if (FpsShown()) return RenderWithReadout(*this, MesaGl(), fps_readout_.Frame(ratio), MesaOverlayGl(), ratio, cut);
+  return lumox::Surface_Render(*this, MesaGl(), ratio, cut);
 }
 
-bool Flight::Begin() {
-  if (!target_ || !target_->MakeCurrent()) return false;
-  glViewport(0, 0, target_->DeviceWidth(), target_->DeviceHeight());
+bool Flight::Begin(DrawTarget* target, int margin) {
+  if (!target || !target->MakeCurrent()) return false;
+  glViewport(-margin, -margin, target->DeviceWidth() + 2 * margin, target->DeviceHeight() + 2 * margin);
   return true;
 }
 
+void Flight::SetViews(std::vector<View> views) {
+  views_ = std::move(views);
+  mover_ = nullptr;  // a view gone may leave its address to a new one
+}
+
+void Flight::RenderViews() {
+  // One output alone shows just what a flight of its own would.
+  const int64_t margin = views_.size() > 1 ? EdgeMargin(StarSize) : 0;
+  bool moved = false;
+  for (const View& view : views_) {
+    const double ratio = view.target->PixelRatio();
+    // A covered output waits; the others go on.
+    if (!view.target->TakesFrames() || !Begin(view.target, static_cast<int>(std::lround(margin * ratio)))) continue;
+    const Projection cut = CutPerspective(Grown(view.part, margin), view.whole);
+    if (moved) {
+      DrawField(*this, MesaGl(), ratio, cut, camera_.data());
+    } else {
+      // The camera is the matrix of the context that moves it: one that takes over is given it.
+      if (view.target != mover_) {
+        glMatrixMode(GL_MODELVIEW);
+        glLoadMatrixf(camera_.data());
+      }
+      Draw(view.target, &cut);
+      MesaGl().GetModelview(camera_.data());
+      mover_ = view.target;
+      moved = true;
+      timer2_.Arm();
+    }
+    view.target->Swap();
+  }
+}
+
 void Flight::Render() {
-  if (!Begin()) return;
+  if (!views_.empty()) return RenderViews();
+  if (!Begin(target_)) return;
   Surface_Render();
   timer2_.Arm();  // the camera moved: a sweep is due
   target_->Swap();
 }
 
 QImage Flight::RenderAndCapture() {
-  if (!Begin()) return {};
+  if (!Begin(target_)) return {};
   Surface_Render();
   timer2_.Arm();
   QImage image(target_->DeviceWidth(), target_->DeviceHeight(), QImage::Format_RGBA8888);

@@ -1,9 +1,12 @@
 #pragma once
 #include <QImage>
 #include <QTimer>
+#include <array>
+#include <vector>
 
 #include "flight/draw_target.h"
 #include "flight/fps_readout.h"
+#include "flight/view_cut.h"
 #include "flight/sweep_timer.h"
 #include "settings/prefs_follow.h"
 #include "starfield/star_field.h"
@@ -22,6 +25,13 @@ class Flight : public StarField {
 
   void SetTarget(DrawTarget* target) { target_ = target; }
   DrawTarget* Target() const { return target_; }
+  // A flight across several outputs: each shows its part of one picture. The first that can be
+  // drawn on moves the camera, the others draw the same field through it; none is its target.
+  struct View {
+    DrawTarget* target;
+    ViewRect part, whole;  // in logical pixels
+  };
+  void SetViews(std::vector<View> views);
   QTimer* Timer1() { return &timer1_; }
   SweepTimer* Timer2() { return &timer2_; }
 
@@ -53,8 +63,15 @@ class Flight : public StarField {
   void Resume();
 
  private:
-  bool Begin();
+  bool Begin(DrawTarget* target, int margin = 0);
+  bool Draw(const DrawTarget* target, const Projection* cut);
+  bool TakesFrames() const;
+  void RenderViews();
   DrawTarget* target_ = nullptr;
+  std::vector<View> views_;
+  // The camera as the last view that moved it left it, for the next view to take over.
+  std::array<float, 16> camera_{};
+  const DrawTarget* mover_ = nullptr;
   QTimer timer1_;
   SweepTimer timer2_;
   FpsReadout fps_readout_;

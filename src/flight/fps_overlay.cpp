@@ -20,8 +20,8 @@ void DrawOverlay(const OverlayPicture& picture, int x, int y, const OverlayGlApi
 }
 
 bool RenderWithReadout(StarField& field, const GlApi& gl, const OverlayPicture& readout, const OverlayGlApi& overlay_gl,
-                       double device_pixel_ratio) {
-  const bool result = Surface_Render(field, gl, device_pixel_ratio);
+                       double device_pixel_ratio, const Projection* cut) {
+  const bool result = Surface_Render(field, gl, device_pixel_ratio, cut);
   const int margin = static_cast<int>(std::lround(kReadoutMargin * device_pixel_ratio));
   DrawOverlay(readout, margin, margin, overlay_gl);
   return result;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "flight/gl_api.h"
+#include "flight/view_cut.h"
 #include "starfield/star_field.h"
 
 namespace lumox {
@@ -48,7 +49,7 @@ void DrawOverlay(const OverlayPicture& picture, int x, int y, const OverlayGlApi
 // A frame with the readout in the lower left corner over it; the frame's stars are sized for
 // `device_pixel_ratio` as without the readout.
 bool RenderWithReadout(StarField& field, const GlApi& gl, const OverlayPicture& readout, const OverlayGlApi& overlay_gl,
-                       double device_pixel_ratio = 1.0);
+                       double device_pixel_ratio = 1.0, const Projection* cut = nullptr);
 
 struct FpsReading {
   double fps = 0.0;

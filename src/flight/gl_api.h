@@ -31,6 +31,10 @@ struct GlApi {
   // Only a flight left on for hours uses these: reading the camera back and scaling it.
   void (*GetModelview)(float matrix[16]);
   void (*Scalef)(float x, float y, float z);
+  // Only a flight across several outputs uses these: a cut perspective, and the camera given to
+  // the outputs that draw the field without moving it.
+  void (*LoadMatrixd)(const double matrix[16]);
+  void (*LoadMatrixf)(const float matrix[16]);
 };
 
 // The table that calls Mesa; defined in the GL layer.

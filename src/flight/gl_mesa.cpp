@@ -10,6 +10,7 @@ const GlApi& MesaGl() {
       glMatrixMode, glLoadIdentity, gluPerspective, glClearColor, glClear,   glPointSize, glEnable,
       glTranslatef, glRotatef,      glBegin,        glColor3d,    glVertex3f, glEnd,
       [](float matrix[16]) { glGetFloatv(GL_MODELVIEW_MATRIX, matrix); }, glScalef,
+      glLoadMatrixd, glLoadMatrixf,
   };
   return table;
 }

@@ -42,6 +42,10 @@ const QCommandLineOption kGnomeShell("gnome-shell",
                                      "extension makes the background. The extension starts Lumox so.");
 const QCommandLineOption kOutput("output", "With --wallpaper or --saver: only this output (a Wayland output or an X11 "
                                  "RandR monitor, by name).", "name");
+const QCommandLineOption kSpan("span",
+                               "With --wallpaper or --saver: one flight across all outputs, each a window onto "
+                               "one field as the outputs are laid out, its centre in the middle of them all. The "
+                               "defaults are those of a screen as wide as the outputs together.");
 const QCommandLineOption kPauseOnBattery("pause-on-battery",
                                          "With --wallpaper or --saver: draw nothing while UPower says the machine "
                                          "runs on its battery.");
@@ -67,7 +71,7 @@ void SetUp(QCommandLineParser& parser) {
   parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
   parser.setApplicationDescription(QString::fromUtf8(kDescription));
   parser.addOptions({kHelp, kVersion, kGo, kWindow, kScreen, kFps, kRoot, kWindowId, kWallpaper, kSaver, kLayer,
-                     kGnomeShell, kOutput, kPauseOnBattery, kSpeed, kRotation, kStars, kStarSize, kColourSpread});
+                     kGnomeShell, kOutput, kSpan, kPauseOnBattery, kSpeed, kRotation, kStars, kStarSize, kColourSpread});
 }
 
 // The value of a settings option when given; sets `error` when it is not a finite number.
@@ -100,6 +104,7 @@ void ReadDisplayMode(const QCommandLineParser& parser, CommandLine& line) {
   line.gnome_shell = parser.isSet(kGnomeShell);
   line.output = parser.value(kOutput);
   line.pause_on_battery = parser.isSet(kPauseOnBattery);
+  line.span = parser.isSet(kSpan);
   if (parser.isSet(kLayer)) {
     const QString layer = parser.value(kLayer);
     line.layer = -1;
@@ -123,6 +128,8 @@ void ReadDisplayMode(const QCommandLineParser& parser, CommandLine& line) {
     error = QStringLiteral("'--output' goes with '--wallpaper' or '--saver' only.");
   else if (line.pause_on_battery && !line.wallpaper && !line.saver)
     error = QStringLiteral("'--pause-on-battery' goes with '--wallpaper' or '--saver' only.");
+  else if (line.span && !line.wallpaper && !line.saver)
+    error = QStringLiteral("'--span' goes with '--wallpaper' or '--saver' only.");
   else if (parser.isSet(kOutput) && line.output.isEmpty())
     error = QStringLiteral("The output may not be empty.");
   else if (modes == 0)

@@ -27,6 +27,7 @@ struct CommandLine {
   int layer = 0;                        // the wallpaper's layer: background, bottom, top, overlay
   bool gnome_shell = false;             // the wallpaper as windows for the GNOME Shell extension
   QString output;
+  bool span = false;                    // one flight across the outputs, as they are laid out
   bool pause_on_battery = false;        // nothing drawn while UPower says the battery is in use
   SettingOptions settings;              // single settings over the file's, in these modes only
   QString error;        // one line saying what is wrong; empty when the arguments are good

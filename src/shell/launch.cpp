@@ -112,6 +112,7 @@ int RunDesktopMode(int& argc, char** argv, const CommandLine& line) {
   options.role = line.saver ? DesktopRole::kSaver : DesktopRole::kWallpaper;
   options.layer = line.layer;
   options.output = line.output.toStdString();
+  options.span = line.span;
   options.starting = [settings = line.settings](int width) { return StartingSettings(width, settings); };
   options.follow = [settings = line.settings](Flight& flight, int width) {
     return FollowPrefsFile(flight, width, settings);

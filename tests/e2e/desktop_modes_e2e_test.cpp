@@ -1,6 +1,7 @@
 // The wallpaper and the saver as layer surfaces where only a Wayland compositor shows them:
 // covered by windows or above them by their layer, on outputs that come, go and scale, with
-// input devices that come and go, and with the compositor gone or lacking.
+// input devices that come and go, and with the compositor gone or lacking; and one flight across
+// the outputs, on sway and on X11.
 #include <signal.h>
 #include <unistd.h>
 
@@ -55,6 +56,45 @@ int SplitSquares(const QImage& image) {
       split += Level(p) > 40 && (image.pixel(x + 1, y) != p || image.pixel(x, y + 1) != p || image.pixel(x + 1, y + 1) != p);
     }
   return split;
+}
+
+// How alike the columns on either side of x = `edge` are in their first `rows`: 1 where they carry
+// the same light row by row, near 0 for unrelated fields; -1 where too little light falls there.
+double SeamLikeness(const Desktop& desktop, int edge, int rows) {
+  const QImage shot = desktop.Screenshot();
+  int apart = 0, light = 0;
+  for (int y = 0; y < rows; ++y) {
+    const int l = Level(shot.pixel(edge - 1, y)), r = Level(shot.pixel(edge, y));
+    apart += std::abs(l - r);
+    light += l + r;
+  }
+  return light < 500 ? -1.0 : 1.0 - double(apart) / light;
+}
+
+// With --span the outputs are windows onto one field: the columns on either side of their shared
+// edge are neighbours in one picture, and a star on the edge shows on both, the smaller output
+// showing the top rows of the bounding box's picture (two flights, or a star's disc cut off by the
+// edge, would leave the columns unlike). An output that comes is cut into the picture in its place.
+// The wallpaper on sway, the saver on X11.
+TEST(DesktopModesE2E, WithSpanTheOutputsShowOneFieldAcrossTheirSharedEdge) {
+  for (const char* kind : {"sway", "openbox"}) {
+    auto desktop = OpenDesktop({.kind = kind, .outputs = {{800, 600}, {640, 480}}, .start_lumox = false});
+    const bool sway = desktop->Kind() == "sway";
+    // Slow and unturned, so both outputs' frames are alike, with stars large enough to fall on the edge.
+    desktop->StartLumox({sway ? "--wallpaper" : "--saver", "--span", "--rotation", "0", "--speed", "0.0002", "--stars",
+                         "50000", "--star-size", "12"});
+    ASSERT_TRUE(WaitFor([&] { return Flying(*desktop, desktop->OutputName(0)) && Flying(*desktop, desktop->OutputName(1)); },
+                        20000)) << kind;
+    double likeness = 0.0;
+    EXPECT_TRUE(WaitFor([&] { return (likeness = SeamLikeness(*desktop, 800, 480)) > 0.6; })) << kind << " " << likeness;
+    if (sway) {  // a third output, beside the second, widens the picture: each is cut anew
+      desktop->Shell("swaymsg create_output");
+      EXPECT_TRUE(WaitFor([&] { return (likeness = SeamLikeness(*desktop, 1440, 480)) > 0.6; })) << likeness;
+      EXPECT_TRUE(Flying(*desktop, "HEADLESS-3"));
+    }
+    EXPECT_TRUE(desktop->Running()) << kind;
+    EXPECT_EQ(desktop->Stderr(), "") << kind;
+  }
 }
 
 TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsOutputsThatComeAndGo) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <bit>
 #include <ctime>
 
 #include "flight/fps_overlay.h"
@@ -141,6 +143,53 @@ TEST(Frame, TheReadoutFollowsTheFrameAndPointsAreSizedInDevicePixels) {
     EXPECT_EQ(calls(ratio, {}), frame) << ratio;
     EXPECT_EQ(calls(ratio, {3, 2, pixels}), read) << ratio;
   }
+}
+
+// With --span each output draws its part of one picture the size of the outputs' bounding box.
+TEST(Frame, EachOutputOfASpanDrawsItsCutOfTheBoxsPerspective) {
+  const ViewRect a{0, 0, 1920, 1080}, b{1920, 56, 1280, 1024};
+  const ViewRect box = BoundingBox({a, b, {-500, -500, 0, 0}});
+  EXPECT_EQ(box, (ViewRect{0, 0, 3200, 1080}));
+  EXPECT_EQ(BoundingBox({b, {-1280, 100, 1280, 1024}}), (ViewRect{-1280, 56, 4480, 1068}));
+  const auto bits = [](const Projection& m) { return std::bit_cast<std::array<uint64_t, 16>>(m); };
+  // Two halves side by side: each twice as wide, shifted half the picture its own way.
+  const Projection whole = CutPerspective(a, a);
+  EXPECT_TRUE(bits(whole)[8] == 0 && bits(whole)[9] == 0);  // no shift, not even -0
+  Projection half = whole;
+  half[0] = whole[0] * 2;
+  half[8] = -1.0;
+  const Projection left = CutPerspective({0, 0, 960, 1080}, a), right = CutPerspective({960, 0, 960, 1080}, a);
+  EXPECT_EQ(bits(left), bits(half));
+  half[8] = 1.0;
+  EXPECT_EQ(bits(right), bits(half));
+  // Lower and narrower than the box: its rows 56 to 1080 of 1080, its columns 1920 to 3200 of 3200.
+  Projection lower = CutPerspective(box, box);
+  lower[0] *= 2.5;
+  lower[5] *= 1.0546875;
+  lower[8] = 1.5;
+  lower[9] = -0.0546875;
+  EXPECT_EQ(bits(CutPerspective(b, box)), bits(lower));
+
+  // The output that moves the camera loads its cut for the perspective; another draws the same
+  // stars through the camera it is given, at its own scale, and moves nothing.
+  StarField field{.StarMax = 2, .Speed = 0.25f, .StarSize = 2.0f};
+  field.Star[1] = {.x = 0.5f, .y = -0.5f, .z = -2.0f, .cred = 0.1f, .cgreen = 0.2f, .cblue = 1.5f};
+  field.Star[2] = {.x = -1.0f, .y = 2.0f, .z = -3.5f, .cred = -0.3f, .cgreen = 0.0f, .cblue = 0.7f};
+  GlRecorder recorder;
+  Surface_Render(field, recorder.Api(), 1.0, &left);
+  std::vector<GlCall> calls = recorder.Calls();
+  EXPECT_EQ(std::vector(calls.begin(), calls.begin() + 3),
+            (std::vector{Call("glMatrixMode", 0x1701), Call("glLoadMatrixd", left[0], -1.0, 0.0, left[14]),
+                         Call("glMatrixMode", 0x1700)}));
+  recorder.Clear();
+  const float camera[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0.25f, 1};
+  DrawField(field, recorder.Api(), 2.0, right, camera);
+  calls[1] = Call("glLoadMatrixd", right[0], 1.0, 0.0, right[14]);
+  calls[5] = Call("glPointSize", 4.0);
+  calls[7] = Call("glLoadMatrixf", 1.0, 0.0, 0.0, 0.25);  // in place of the step and the turn
+  calls.erase(calls.begin() + 8);
+  EXPECT_EQ(recorder.Calls(), calls);
+  EXPECT_EQ(field.CameraZ, -0.25f);
 }
 
 TEST(FpsOverlay, TheMeterReadsFramesAndCpuOncePerSecond) {

@@ -1,8 +1,10 @@
 // Frames rendered by Mesa into the real display window, read back and looked at.
 #include <GL/gl.h>
+#include <GL/glu.h>
 #include <gtest/gtest.h>
 
 #include <QImage>
+#include <cstring>
 
 #include "flight/fps_readout.h"
 #include "display/surface_window.h"
@@ -44,6 +46,22 @@ TEST(GlSurface, AStarComesIntoViewAndMovesOutwardAsTheCameraFlies) {
   EXPECT_GT(lit[5], 0);           // depth 2.1
   EXPECT_GT(distance[3], distance[2]);
   EXPECT_GT(distance[5], distance[4]);
+}
+
+// An output as wide and high as all the outputs of a span shows the picture of a flight of its own:
+// the whole's cut is gluPerspective's own matrix, wherever the box stands.
+TEST(GlSurface, TheCutOfTheWholeIsGluPerspectivesMatrix) {
+  StillWindow()->RenderAndCapture();  // makes the surface's context current and leaves it so
+  float glu[16], cut[16];
+  glMatrixMode(GL_PROJECTION);
+  glLoadIdentity();
+  gluPerspective(kFovy, kAspect, kNear, kFar);
+  glGetFloatv(GL_PROJECTION_MATRIX, glu);
+  for (const ViewRect& box : {ViewRect{0, 0, 1920, 1080}, ViewRect{-1280, 56, 4480, 1068}}) {
+    glLoadMatrixd(CutPerspective(box, box).data());
+    glGetFloatv(GL_PROJECTION_MATRIX, cut);
+    EXPECT_EQ(std::memcmp(glu, cut, sizeof glu), 0) << box.x;
+  }
 }
 
 TEST(FpsReadout, ItIsBlendedOverTheFrameAndGivesItsGlStateBack) {

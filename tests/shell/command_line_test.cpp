@@ -71,6 +71,7 @@ TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
   EXPECT_TRUE(Parse({"--saver", "--fps"}).saver);
   EXPECT_TRUE(Parse({"--wallpaper", "--pause-on-battery"}).pause_on_battery);
   EXPECT_FALSE(Parse({"--saver"}).pause_on_battery);
+  EXPECT_TRUE(Parse({"--saver", "--span"}).span && !Parse({"--saver"}).span);
 
   const char* const kOneMode = "Only one of '--root', '--window-id', '--wallpaper' and '--saver' at a time.";
   const char* const kNotWithModes =
@@ -90,6 +91,7 @@ TEST(CommandLine, TheDisplayModeTakesBothSpellingsAndItsSettings) {
       {{"--root", "--output", "HDMI-A-1"}, "'--output' goes with '--wallpaper' or '--saver' only."},
       {{"--saver", "--output="}, "The output may not be empty."},
       {{"--root", "--pause-on-battery"}, "'--pause-on-battery' goes with '--wallpaper' or '--saver' only."},
+      {{"--go", "--span"}, "'--span' goes with '--wallpaper' or '--saver' only."},
       {{"--root", "--speed", "fast"}, "'--speed' needs a number, not 'fast'."},
       {{"--root", "--star-size", "inf"}, "'--star-size' needs a number, not 'inf'."},
   };

@@ -53,6 +53,10 @@ inline const GlApi& MesaMatrixApi() {
           g_mesa_matrix.m[4 + i] *= y;
         }
       },
+      [](const double*) {},
+      [](const float m[16]) {
+        if (g_mesa_matrix.modelview) std::copy(m, m + 16, g_mesa_matrix.m);
+      },
   };
   return api;
 }

@@ -48,6 +48,8 @@ class GlRecorder {
           m[0] = m[5] = m[10] = m[15] = 1.0f;
         },
         [](float x, float y, float z) { Record("glScalef", x, y, z); },
+        [](const double m[16]) { Record("glLoadMatrixd", m[0], m[8], m[9], m[14]); },
+        [](const float m[16]) { Record("glLoadMatrixf", m[0], m[8], m[9], m[14]); },
     };
     return api;
   }

@@ -16,6 +16,7 @@ class GnomeBackend : public DesktopBackend {
   bool Connect(std::string& error) override;
   std::unique_ptr<DrawTarget> MakeSurface(uint32_t output) override;
   bool Grab(uint32_t) override { return true; }
+  std::optional<ViewRect> Place(uint32_t output) const override { return screens_.Place(output); }
 
  private:
   DesktopSink& sink_;

@@ -26,8 +26,20 @@ void Describe(OutputEntry& o) {
 }
 
 const wl_output_listener kOutputListener = {
-    [](void*, wl_output*, int32_t, int32_t, int32_t, int32_t, int32_t, const char*, const char*, int32_t) {},
-    [](void*, wl_output*, uint32_t, int32_t, int32_t, int32_t) {},
+    [](void* data, wl_output*, int32_t x, int32_t y, int32_t, int32_t, int32_t, const char*, const char*,
+       int32_t transform) {
+      auto* o = static_cast<OutputEntry*>(data);
+      o->device.x = x;
+      o->device.y = y;
+      o->turned = transform % 2 == 1;  // a quarter turn either way, flipped or not
+    },
+    [](void* data, wl_output*, uint32_t flags, int32_t width, int32_t height, int32_t) {
+      auto* o = static_cast<OutputEntry*>(data);
+      if (!(flags & WL_OUTPUT_MODE_CURRENT)) return;
+      o->device.width = width;
+      o->device.height = height;
+      o->has_mode = true;
+    },
     [](void* data, wl_output*) {
       auto* o = static_cast<OutputEntry*>(data);
       o->done = true;
@@ -39,8 +51,17 @@ const wl_output_listener kOutputListener = {
 };
 
 const zxdg_output_v1_listener kXdgOutputListener = {
-    [](void*, zxdg_output_v1*, int32_t, int32_t) {},
-    [](void*, zxdg_output_v1*, int32_t, int32_t) {},
+    [](void* data, zxdg_output_v1*, int32_t x, int32_t y) {
+      auto* o = static_cast<OutputEntry*>(data);
+      o->logical.x = x;
+      o->logical.y = y;
+    },
+    [](void* data, zxdg_output_v1*, int32_t width, int32_t height) {
+      auto* o = static_cast<OutputEntry*>(data);
+      o->logical.width = width;
+      o->logical.height = height;
+      o->has_logical = true;
+    },
     [](void* data, zxdg_output_v1*) {
       auto* o = static_cast<OutputEntry*>(data);
       if (o->done) Describe(*o);
@@ -111,6 +132,14 @@ void GlobalRemove(void* data, wl_registry*, uint32_t name) {
 
 const wl_registry_listener kRegistryListener = {Global, GlobalRemove};
 }  // namespace
+
+std::optional<ViewRect> OutputEntry::Place() const {
+  if (has_logical) return logical;
+  if (!has_mode) return std::nullopt;
+  const int64_t scale = std::max(this->scale, 1);
+  const int64_t width = device.width / scale, height = device.height / scale;
+  return ViewRect{device.x, device.y, turned ? height : width, turned ? width : height};
+}
 
 void ListenToRegistry(WaylandState& s) {
   s.registry = wl_display_get_registry(s.display);

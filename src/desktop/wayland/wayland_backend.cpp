@@ -97,6 +97,12 @@ void WaylandBackend::ReadEvents() {
   Pump();
 }
 
+std::optional<ViewRect> WaylandBackend::Place(uint32_t output) const {
+  const auto found = state_->outputs.find(output);
+  if (found == state_->outputs.end()) return std::nullopt;
+  return found->second->Place();
+}
+
 std::unique_ptr<DrawTarget> WaylandBackend::MakeSurface(uint32_t output) {
   const auto found = state_->outputs.find(output);
   if (found == state_->outputs.end()) return nullptr;

@@ -21,6 +21,7 @@ class WaylandBackend : public QObject, public DesktopBackend {
   std::unique_ptr<DrawTarget> MakeSurface(uint32_t output) override;
   // The saver's layer surfaces take the keyboard by themselves.
   bool Grab(uint32_t) override { return true; }
+  std::optional<ViewRect> Place(uint32_t output) const override;
 
  private:
   void Pump();

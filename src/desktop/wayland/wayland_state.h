@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "desktop/backend.h"
@@ -31,7 +32,11 @@ struct OutputEntry {
   std::string wl_name, xdg_name;
   int scale = 1;
   bool done = false;
+  // Its place in the layout: xdg-output's logical one, else wl_output's position and current mode.
+  ViewRect logical, device;
+  bool has_logical = false, has_mode = false, turned = false;
   std::string Name() const { return !wl_name.empty() ? wl_name : xdg_name; }
+  std::optional<ViewRect> Place() const;
 };
 
 struct SeatEntry {

@@ -21,6 +21,7 @@ class X11Backend : public QObject, public DesktopBackend, public QAbstractNative
   bool Connect(std::string& error) override;
   std::unique_ptr<DrawTarget> MakeSurface(uint32_t output) override;
   bool Grab(uint32_t output) override;
+  std::optional<ViewRect> Place(uint32_t output) const override { return screens_.Place(output); }
 
   // Visibility changes of the surfaces' windows: a covered wallpaper pauses, a covered saver
   // goes back on top.
