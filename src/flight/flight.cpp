@@ -103,9 +103,9 @@ bool Flight::Draw(const DrawTarget* target, const Projection* cut) {
   return lumox::Surface_Render(*this, MesaGl(), ratio, cut);
 }
 
-bool Flight::Begin(DrawTarget* target, int margin) {
+bool Flight::Begin(DrawTarget* target, int left, int below, int wider, int taller) {
   if (!target || !target->MakeCurrent()) return false;
-  glViewport(-margin, -margin, target->DeviceWidth() + 2 * margin, target->DeviceHeight() + 2 * margin);
+  glViewport(-left, -below, target->DeviceWidth() + wider, target->DeviceHeight() + taller);
   return true;
 }
 
@@ -115,14 +115,18 @@ void Flight::SetViews(std::vector<View> views) {
 }
 
 void Flight::RenderViews() {
-  // One output alone shows just what a flight of its own would.
-  const int64_t margin = views_.size() > 1 ? EdgeMargin(StarSize) : 0;
   bool moved = false;
   for (const View& view : views_) {
     const double ratio = view.target->PixelRatio();
+    const ViewRect& part = view.part;
+    const ViewRect grown = GrownInside(part, view.whole, EdgeMargin(StarSize));
+    const auto device = [ratio](int64_t logical) { return static_cast<int>(std::lround(static_cast<double>(logical) * ratio)); };
     // A covered output waits; the others go on.
-    if (!view.target->TakesFrames() || !Begin(view.target, static_cast<int>(std::lround(margin * ratio)))) continue;
-    const Projection cut = CutPerspective(Grown(view.part, margin), view.whole);
+    if (!view.target->TakesFrames() ||
+        !Begin(view.target, device(part.x - grown.x), device(grown.y + grown.height - part.y - part.height),
+               device(grown.width - part.width), device(grown.height - part.height)))
+      continue;
+    const Projection cut = CutPerspective(grown, view.whole);
     if (moved) {
       DrawField(*this, MesaGl(), ratio, cut, camera_.data());
     } else {

@@ -63,7 +63,8 @@ class Flight : public StarField {
   void Resume();
 
  private:
-  bool Begin(DrawTarget* target, int margin = 0);
+  // The viewport reaches past the target's left and lower edges, and is wider and taller, by these device pixels.
+  bool Begin(DrawTarget* target, int left = 0, int below = 0, int wider = 0, int taller = 0);
   bool Draw(const DrawTarget* target, const Projection* cut);
   bool TakesFrames() const;
   void RenderViews();

@@ -21,7 +21,12 @@ ViewRect BoundingBox(const std::vector<ViewRect>& rects) {
 
 int64_t EdgeMargin(float star_size) { return static_cast<int64_t>(std::ceil(star_size / 2.0)) + 1; }
 
-ViewRect Grown(const ViewRect& r, int64_t by) { return {r.x - by, r.y - by, r.width + 2 * by, r.height + 2 * by}; }
+ViewRect GrownInside(const ViewRect& part, const ViewRect& whole, int64_t by) {
+  const int64_t left = part.x > whole.x ? by : 0, top = part.y > whole.y ? by : 0;
+  const int64_t right = part.x + part.width < whole.x + whole.width ? by : 0;
+  const int64_t bottom = part.y + part.height < whole.y + whole.height ? by : 0;
+  return {part.x - left, part.y - top, part.width + left + right, part.height + top + bottom};
+}
 
 Projection CutPerspective(const ViewRect& part, const ViewRect& whole) {
   // GLU's steps, one for one, so that the whole gives the very matrix gluPerspective loads.

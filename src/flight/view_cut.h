@@ -33,6 +33,8 @@ Projection CutPerspective(const ViewRect& part, const ViewRect& whole);
 // would show half its disc on one and nothing on the other. Each output's view reaches this far
 // past its edges, in logical pixels, for stars of this size; its surface keeps what is its own.
 int64_t EdgeMargin(float star_size);
-ViewRect Grown(const ViewRect& r, int64_t by);
+// `part` grown by `by` on each side inside `whole`: on the whole's own edges it stays, as one
+// surface of the whole's size shows no star whose centre is beyond them.
+ViewRect GrownInside(const ViewRect& part, const ViewRect& whole, int64_t by);
 
 }  // namespace lumox

@@ -8,6 +8,7 @@
 
 #include "flight/fps_readout.h"
 #include "display/surface_window.h"
+#include "support/pixels.h"
 #include "support/ui_helpers.h"
 
 namespace lumox {
@@ -78,6 +79,64 @@ TEST(FpsReadout, ItIsBlendedOverTheFrameAndGivesItsGlStateBack) {
   GLubyte box[4] = {};
   glReadPixels(22, 30 + picture.height() / 2, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, box);
   EXPECT_NEAR(box[0], 255 - 160, 2);  // white under black of alpha 160, left of the text
+}
+
+// One output of a span: a corner of the display window's surface the size of the output, whose
+// picture is read back at each swap.
+struct Corner : DrawTarget {
+  Corner(OpenGLSurface* surface, QSize size) : surface(surface), size(size) {}
+  bool MakeCurrent() override { return surface->MakeCurrent(); }
+  int DeviceWidth() const override { return size.width(); }
+  int DeviceHeight() const override { return size.height(); }
+  double PixelRatio() const override { return 1.0; }
+  void Swap() override {
+    picture = QImage(size, QImage::Format_RGBA8888);
+    glReadBuffer(GL_BACK);
+    glReadPixels(0, 0, size.width(), size.height(), GL_RGBA, GL_UNSIGNED_BYTE, picture.bits());
+    picture = picture.mirrored().convertToFormat(QImage::Format_RGB32);
+  }
+  OpenGLSurface* surface;
+  QSize size;
+  QImage picture;
+};
+
+// Pixels of `a` whose colour is nowhere within a pixel of their place in `b`. Another matrix may
+// round a star's centre the other way, a pixel off; a wrong cut, or a star lost at an edge, is more.
+int Unmatched(const QImage& a, const QImage& b) {
+  int unmatched = 0;
+  for (int y = 0; y < a.height(); ++y)
+    for (int x = 0; x < a.width(); ++x) {
+      bool near = false;
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx) near |= b.valid(x + dx, y + dy) && b.pixel(x + dx, y + dy) == a.pixel(x, y);
+      unmatched += !near;
+    }
+  return unmatched;
+}
+
+// Each output of a span shows its part of the picture one surface the size of their bounding box
+// shows: two outputs in a row, and two of different sizes, one lower than the other.
+TEST(GlSurface, EachOutputOfASpanShowsItsPartOfTheBoxsPicture) {
+  SurfaceWindow* w = StillWindow();
+  // A camera that stands still: every view sees the same field from the same place.
+  w->TakeOff({.Rotn = 0, .Speed = 0.0f, .StarSize = 8.0f, .StarMax = 50000});
+  w->Timer1()->stop();
+  const ViewRect box{0, 0, 320, 180};
+  Corner whole(w->Surface(), {320, 180});
+  w->SetViews({{&whole, box, box}});
+  w->Render();
+  ASSERT_GT(testing::LitPixels(whole.picture), 200);
+  for (const auto& [a, b] : {std::pair{ViewRect{0, 0, 160, 180}, ViewRect{160, 0, 160, 180}},
+                             {ViewRect{0, 0, 200, 180}, ViewRect{200, 60, 120, 100}}}) {
+    Corner one(w->Surface(), QSize(int(a.width), int(a.height))), two(w->Surface(), QSize(int(b.width), int(b.height)));
+    w->SetViews({{&one, a, box}, {&two, b, box}});
+    w->Render();
+    for (const auto& [corner, part] : {std::pair{&one, a}, {&two, b}}) {
+      const QImage expected = whole.picture.copy(int(part.x), int(part.y), int(part.width), int(part.height));
+      EXPECT_EQ(Unmatched(expected, corner->picture) + Unmatched(corner->picture, expected), 0) << part.x << "," << part.y;
+    }
+  }
+  w->SetViews({});
 }
 
 // What a covered output does: nothing wakes the process while paused, and a flight resumed
