@@ -1,8 +1,8 @@
-// The idle inhibit on a private session bus, with the desktop's services mocked by dbusmock.
-#include <stdlib.h>
-
+// The desktop's D-Bus services, mocked by dbusmock on private buses: the idle inhibit on the session
+// bus, UPower's battery on the system bus.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -13,25 +13,24 @@
 namespace lumox::e2e {
 namespace {
 
-// A session bus of its own (dbus-run-session) in a private folder, holding the service that the
-// dbusmock template `mock` in this folder offers, or no service at all when `mock` is empty.
+// A bus of its own (dbus-run-session) in a private folder, as the session bus or as the system
+// bus, holding dbusmock with `mock` (its arguments), or nothing when `mock` is empty; the service
+// is there once `name` is owned on the bus.
 class MockBus {
  public:
-  MockBus(const std::string& mock, const std::string& name) : dir_(MakeTempFolder("lumox-bus")) {
+  MockBus(std::vector<std::string> mock, const std::string& name, bool system = false)
+      : dir_(MakeTempFolder("lumox-bus")), system_(system) {
     std::vector<std::string> argv{"dbus-run-session", "--", "sh", "-c",
                                   "echo \"$DBUS_SESSION_BUS_ADDRESS\" > " + dir_ + "/a && mv " + dir_ + "/a " + dir_ +
-                                      "/address && exec \"$@\"",
-                                  "sh"};
-    if (mock.empty()) argv.insert(argv.end(), {"sleep", "1000"});
-    else argv.insert(argv.end(), {"/usr/bin/python3", "-m", "dbusmock", "-t", LUMOX_E2E_DIR "/" + mock, "-l", dir_ + "/calls.log"});
+                                      "/address && DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS exec \"$@\"", "sh"};
+    if (mock.empty()) mock = {"sleep", "1000"};
+    else mock.insert(mock.begin(), {"/usr/bin/python3", "-m", "dbusmock", "-l", dir_ + "/calls.log"});
+    argv.insert(argv.end(), mock.begin(), mock.end());
     pid_ = StartHelper(argv);
     WaitFor([&] { return bool(std::ifstream(dir_ + "/address") >> address_); });
-    // The service is there once it owns its name on the bus.
     WaitFor([&] {
-      return name.empty() || RunCommand("dbus-send --bus=" + address_ +
-                                        " --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
-                                        "org.freedesktop.DBus.NameHasOwner string:" + name + " 2>/dev/null")
-                                     .find("true") != std::string::npos;
+      return name.empty() || Send("org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus.NameHasOwner string:" +
+                                  name).find("true") != std::string::npos;
     });
   }
   ~MockBus() {
@@ -39,8 +38,12 @@ class MockBus {
     std::filesystem::remove_all(dir_);
   }
 
-  std::string Env() const { return "DBUS_SESSION_BUS_ADDRESS=" + address_; }
+  std::string Env() const { return (system_ ? "DBUS_SYSTEM_BUS_ADDRESS=" : "DBUS_SESSION_BUS_ADDRESS=") + address_; }
   const std::string& Dir() const { return dir_; }
+  // dbus-send's reply to "<destination> <path> <method> <arguments>".
+  std::string Send(const std::string& call) const {
+    return RunCommand("dbus-send --bus=" + address_ + " --print-reply --dest=" + call + " 2>/dev/null");
+  }
   // The mock's calls so far, one a line, without the time stamps; waits until there are `lines`.
   std::vector<std::string> Calls(size_t lines, int ms = 5000) const {
     std::vector<std::string> calls;
@@ -55,6 +58,7 @@ class MockBus {
 
  private:
   std::string dir_;
+  bool system_;
   pid_t pid_ = -1;
   std::string address_;
 };
@@ -81,7 +85,8 @@ TEST(InhibitE2E, TheScreenSaverServiceElseThePortalIsHeldWhileTheFlightIsShown) 
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.mock ? c.mock : "no bus");
-    MockBus bus(c.mock ? c.mock : "", c.name);
+    MockBus bus(c.mock && *c.mock ? std::vector<std::string>{"-t", LUMOX_E2E_DIR "/" + std::string(c.mock)}
+                                  : std::vector<std::string>{}, c.name);
     const std::string address = c.mock ? bus.Env() : "DBUS_SESSION_BUS_ADDRESS=unix:path=" + bus.Dir() + "/no-bus";
     Session lumox({.outputs = {{1024, 768}}, .env = {address, "XDG_RUNTIME_DIR=" + bus.Dir()}});
     ASSERT_TRUE(lumox.WaitForWindow("Untitled", Shown));
@@ -105,6 +110,52 @@ TEST(InhibitE2E, TheScreenSaverServiceElseThePortalIsHeldWhileTheFlightIsShown) 
     EXPECT_EQ(lumox.ExitStatus(), 0);
     EXPECT_EQ(lumox.Stderr(), "");
   }
+}
+
+// --pause-on-battery on two outputs: still on battery, flying on the mains; then, on a system bus
+// without UPower, one line and the flight as ever.
+TEST(BatteryE2E, OnBatteryEveryOutputStandsStillOnMainsTheyFlyAndWithoutUPowerItSaysSo) {
+  const MockBus bus({"--system", "--template", "upower", "-p", "{\"OnBattery\": true}"}, "org.freedesktop.UPower", true);
+  Session session({.outputs = {{800, 600}, {640, 480}}, .start_lumox = false});
+  session.StartLumox({"--wallpaper", "--pause-on-battery"}, {bus.Env()});
+  const QRect one = session.OutputArea(0), two = session.OutputArea(1);
+  // Each output shows its first frame and goes no further.
+  ASSERT_TRUE(WaitFor([&] {
+    const QImage shot = session.Screenshot();
+    return LitPixels(shot.copy(one)) > 100 && LitPixels(shot.copy(two)) > 100;
+  }, 20000)) << session.Stderr();
+  const QImage before = session.Screenshot();
+  const double share = CpuShare(session, 6000);
+  std::printf("CPU on battery: %.2f%% of a core\n", share * 100.0);
+  EXPECT_LT(share, 0.02);
+  EXPECT_EQ(DifferentPixels(before, session.Screenshot()), 0);
+
+  const auto set = [&](const char* on) {
+    bus.Send("org.freedesktop.UPower /org/freedesktop/UPower org.freedesktop.DBus.Properties.Set "
+             "string:org.freedesktop.UPower string:OnBattery variant:boolean:" + std::string(on));
+  };
+  set("false");
+  ASSERT_TRUE(WaitFor([&] { return Flying(session, "", one) && Flying(session, "", two); }, 5000));
+  set("true");
+  // Still once two pictures in a row are the same.
+  QImage last;
+  ASSERT_TRUE(WaitFor([&] {
+    const QImage shot = session.Screenshot();
+    const bool still = !last.isNull() && DifferentPixels(last, shot) == 0;
+    last = shot;
+    return still;
+  }, 5000));
+  EXPECT_LT(CpuShare(session, 4000), 0.02);
+  EXPECT_EQ(session.Stderr(), "");
+  session.Signal(SIGTERM);
+  ASSERT_TRUE(session.WaitForExit());
+
+  const MockBus none({}, "", true);
+  session.StartLumox({"--wallpaper", "--pause-on-battery"}, {none.Env()});
+  ASSERT_TRUE(WaitFor([&] { return Flying(session, "", one) && Flying(session, "", two); }, 20000)) << session.Stderr();
+  EXPECT_EQ(session.Stderr(),
+            "lumox: UPower does not answer on the system bus, so '--pause-on-battery' can't tell the battery from "
+            "the mains; the flights go on.\n");
 }
 
 }  // namespace
