@@ -1,16 +1,11 @@
-// The real XScreenSaver daemon. Blanking after one minute, on two private X servers at once: on
-// one lumox flies for 90 s, on the other (the control) lumox waits at its start window. The
-// control must blank and the flight must not. Long: labelled `slow`. And running lumox as its
-// display mode.
-#include <stdlib.h>
-
+// The real XScreenSaver daemon: kept off a 90 s flight but not off the start window (long:
+// labelled `slow`), and running lumox as its display mode.
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
-#include <string>
 
 #include "e2e/desktop.h"
 #include "shell/inhibit_plan.h"
@@ -55,24 +50,15 @@ long SaverState(const Session& x) {
 }
 
 // How long the X server has counted the user idle, in ms: the clock of its own screen saver.
-long ServerIdleMs(const Session& x) {
-  long ms = -1;
-  std::istringstream(x.Shell("xprintidle")) >> ms;
-  return ms;
-}
+long ServerIdleMs(const Session& x) { return std::strtol(x.Shell("xprintidle || echo -1").c_str(), nullptr, 10); }
 
-long MsSince(Clock::time_point t) {
-  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - t).count();
-}
-
+// Blanking after one minute, on two private X servers at once: on one lumox flies for 90 s, on
+// the other (the control) it waits at its start window. The control must blank, the flight not.
 TEST(ScreenSaverE2E, XScreenSaverNeverCoversANinetySecondFlightButCoversTheStartWindow) {
   Session flight({.outputs = {{1024, 768}}}), control({.outputs = {{1024, 768}}});
-  ASSERT_TRUE(flight.WaitForWindow("Untitled", Shown));
-  ASSERT_TRUE(control.WaitForWindow("Untitled", Shown));
+  for (const Session* x : {&flight, &control}) ASSERT_TRUE(x->WaitForWindow("Untitled", Shown));
   Saver flight_saver(flight), control_saver(control);
-  WaitFor([&] { return SaverState(flight) >= 0 && SaverState(control) >= 0; });
-  ASSERT_EQ(SaverState(flight), 0);
-  ASSERT_EQ(SaverState(control), 0);
+  ASSERT_TRUE(WaitFor([&] { return SaverState(flight) == 0 && SaverState(control) == 0; }));
 
   const std::string window = flight.Fly();
   ASSERT_FALSE(window.empty());
@@ -90,29 +76,23 @@ TEST(ScreenSaverE2E, XScreenSaverNeverCoversANinetySecondFlightButCoversTheStart
   EXPECT_GT(control_covered_at, kSaverTimeoutMs - 10000);
   EXPECT_LT(control_covered_at, kSaverTimeoutMs + 5000);
   // The X server's own idle clock is started over with every nudge while the flight is shown...
-  EXPECT_GE(most_idle, 0);
   EXPECT_LT(most_idle, kIdleNudgeMs + 2000);
   EXPECT_GT(ServerIdleMs(control), 90000 - 10000);
 
   // A blank the user asks for over the flight is left alone by the nudges.
   flight.Shell("xscreensaver-command -activate >/dev/null 2>&1");
   ASSERT_TRUE(WaitFor([&] { return SaverState(flight) > 0; }));
-  const Clock::time_point asked = Clock::now();
-  while (MsSince(asked) < 2 * kIdleNudgeMs + 1000 && SaverState(flight) > 0) SleepMs(500);
-  EXPECT_GT(SaverState(flight), 0) << "undone " << MsSince(asked) << " ms after it was asked for";
+  EXPECT_FALSE(WaitFor([&] { return SaverState(flight) <= 0; }, 2 * kIdleNudgeMs + 1000)) << "undone by a nudge";
   flight.Shell("xscreensaver-command -deactivate >/dev/null 2>&1");
   ASSERT_TRUE(WaitFor([&] { return SaverState(flight) == 0; }));
 
   // ...and left to run once the flight is minimised.
   flight.Xdo("windowminimize --sync " + window);
-  const Clock::time_point minimised = Clock::now();
-  while (MsSince(minimised) < 3 * kIdleNudgeMs && ServerIdleMs(flight) < kIdleNudgeMs + 2000) SleepMs(500);
-  EXPECT_GE(ServerIdleMs(flight), kIdleNudgeMs + 2000);
+  EXPECT_TRUE(WaitFor([&] { return ServerIdleMs(flight) >= kIdleNudgeMs + 2000; }, 3 * kIdleNudgeMs));
   EXPECT_EQ(SaverState(flight), 0);
 }
 
 // The daemon with Lumox as its one display mode, as the README tells a user to set it up.
-// Quick, unlike the test above: not labelled slow.
 TEST(XScreenSaverE2E, ShowsTheFlightAsItsDisplayModeAndEndsIt) {
   Session x({.outputs = {{1024, 768}}, .start_lumox = false});
   Saver saver(x, "mode: one\nselected: 0\nprograms: lumox --root\n");
