@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <fstream>
 #include <regex>
 
@@ -19,15 +18,20 @@ const QRect kHost(100, 80, 400, 300);
 // A host window at `area`, with a white child over it if asked; gives its id in decimal.
 std::string Hold(const Session& session, const QRect& area, bool child = false) {
   std::string id;
-  session.XClient("cover " + std::to_string(area.x()) + " " + std::to_string(area.y()) + " " + std::to_string(area.width()) +
-                  " " + std::to_string(area.height()) + " 000000" + (child ? " child" : ""), &id);
+  session.XClient(QString("cover %1 %2 %3 %4 000000%5").arg(area.x()).arg(area.y()).arg(area.width()).arg(area.height())
+                  .arg(child ? " child" : "").toStdString(), &id);
   return id;
+}
+
+// The signal ends lumox, with status 0.
+bool EndsOn(Session& session, int signal) {
+  session.Signal(signal);
+  return session.WaitForExit(1000) && session.ExitStatus() == 0;
 }
 
 std::string Hex(const std::string& decimal) { return "0x" + QString::number(std::stoul(decimal), 16).toStdString(); }
 
-// The surface's size as the X server has it: the host's child of lumox's (`host` as xwininfo takes
-// it: "-id N" or "-root").
+// The size of lumox's child of the host ("-id N" or "-root") as the X server has it.
 std::string ChildSize(const Session& session, const std::string& host) {
   return session.Shell("xwininfo -children " + host + " | sed -n 's/^ *0x[0-9a-f]* \"lumox\": (\"lumox\".*  \\([0-9x]*\\)+0+0 .*/\\1/p'");
 }
@@ -44,7 +48,6 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
     // children are other programs' windows, which the flight stays under.
     const bool covered = option != "--root";
     const std::string host = Hold(session, kHost, covered);
-    ASSERT_FALSE(host.empty());
     std::vector<std::string> args = {option}, env;
     if (option == "--window-id") args.push_back(host);
     else if (option == "-window-id") args.push_back(Hex(host));
@@ -53,11 +56,8 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
     session.StartLumox(args, env);
 
     EXPECT_TRUE(session.WaitForLit(kHost, 200, 30000));
-    // Stars on black, not the host's white child.
-    if (covered) {
-      EXPECT_TRUE(WaitFor([&] { return LitPixels(session.Screenshot().copy(kHost)) < 400 * 300 / 4; }));
-    }
-    // Nothing anywhere but in the host.
+    // Stars on black, not the host's white child, and nothing anywhere but in the host.
+    EXPECT_TRUE(!covered || WaitFor([&] { return LitPixels(session.Screenshot().copy(kHost)) < 400 * 300 / 4; }));
     const QImage screen = session.Screenshot();
     window_defaults_lit = std::max(window_defaults_lit, LitPixels(screen.copy(kHost)));
     EXPECT_EQ(LitPixels(screen), LitPixels(screen.copy(kHost)));
@@ -71,8 +71,7 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
     EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-id " + host) == "640x480\n"; }));
     EXPECT_TRUE(session.WaitForLit(QRect(kHost.x() + 400, kHost.y() + 300, 240, 180), 20, 30000));
 
-    // The host goes, as the saver's window does when it unblanks: the flight ends with it, though
-    // on a loaded machine the word of it can take a second or more.
+    // The host goes, as the saver's window does when it unblanks: the flight ends with it.
     session.Xdo("windowkill " + host);
     EXPECT_TRUE(session.WaitForExit(10000));
     EXPECT_EQ(session.ExitStatus(), 0);
@@ -107,9 +106,7 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
     return DifferentPixels(first.copy(left), next.copy(left)) > 0 && DifferentPixels(first.copy(right), next.copy(right)) > 0;
   }));
   EXPECT_GT(LitPixels(next.copy(right)), 5 * LitPixels(next.copy(left)));
-  session.Signal(SIGTERM);
-  EXPECT_TRUE(session.WaitForExit(1000));
-  EXPECT_EQ(session.ExitStatus(), 0);
+  EXPECT_TRUE(EndsOn(session, SIGTERM));
   StopHelper(second);
   EXPECT_EQ(session.Prefs(), kSparse);
   EXPECT_EQ(session.PrefsWrites(), 1);
@@ -128,19 +125,14 @@ TEST(DisplayModeE2E, TheRootFlightFollowsAFileThatComesLaterSighupAndTheScreenAs
   // The count of the command line stays: only the size follows the file. Put in place as Lumox saves.
   std::ofstream(session.File("LumoxPrefs.new")) << "35\n0.0035\n170\n12\n100\n";
   ASSERT_EQ(std::rename(session.File("LumoxPrefs.new").c_str(), session.File("LumoxPrefs").c_str()), 0);
-  const auto start = std::chrono::steady_clock::now();
-  ASSERT_TRUE(WaitFor([&] { return LitPixels(session.Screenshot()) > 3 * small; }, 5000));
-  std::printf("--root: larger stars %ld ms after the file was replaced\n", MsSince(start));
-  EXPECT_LT(MsSince(start), 2000);
+  EXPECT_TRUE(WaitFor([&] { return LitPixels(session.Screenshot()) > 3 * small; }, 2000));
   session.Signal(SIGHUP);
   EXPECT_TRUE(Flying(session, "", screen));
   EXPECT_TRUE(session.Running());
   // The screen shrinks, as when a monitor is swapped for a smaller one.
   session.Shell("xrandr --fb 1024x768 >/dev/null 2>&1");
   EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-root") == "1024x768\n"; })) << ChildSize(session, "-root");
-  session.Signal(SIGINT);
-  EXPECT_TRUE(session.WaitForExit(1000));
-  EXPECT_EQ(session.ExitStatus(), 0);
+  EXPECT_TRUE(EndsOn(session, SIGINT));
 
   // The wallpaper's surface is its monitor's: a new mode gives one of the new size.
   session.StartLumox({"--wallpaper"});
@@ -148,9 +140,7 @@ TEST(DisplayModeE2E, TheRootFlightFollowsAFileThatComesLaterSighupAndTheScreenAs
   for (const char* step : {"--newmode small 0 800 0 0 0 600 0 0 0", "--addmode screen small", "--output screen --mode small"})
     session.Shell(std::string("xrandr ") + step);
   EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-root") == "800x600\n"; })) << ChildSize(session, "-root");
-  session.Signal(SIGTERM);
-  EXPECT_TRUE(session.WaitForExit(1000));
-  EXPECT_EQ(session.ExitStatus(), 0);
+  EXPECT_TRUE(EndsOn(session, SIGTERM));
 }
 
 // The saver's settings dialog as XScreenSaver reads it (written by the build from the settings

@@ -1,11 +1,10 @@
-// The wallpaper follows the settings file while it runs; times are printed as measured. The
-// display mode's following is DisplayModeE2E's, the battery's is BatteryE2E's.
+// The wallpaper follows the settings file while it runs. The display mode's following is
+// DisplayModeE2E's, the battery's BatteryE2E's.
 #include <signal.h>
 #include <sys/stat.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 
 #include "e2e/desktop.h"
@@ -46,23 +45,19 @@ TEST_P(FollowE2E, TheWallpaperFollowsTheFileReplacedOrWrittenAndKeepsFlyingOnABr
     }
     return n;
   };
-  // The file put in place as Lumox saves (a new one renamed over it) or written in place; gives
-  // the ms until `shown`, printed.
+  // The file put in place as Lumox saves (a new one renamed over it) or written in place: `shown`
+  // within 2 s.
   const std::string prefs = desktop->File("LumoxPrefs");
   const auto change = [&](const char* text, bool replace, const std::function<bool()>& shown) {
     std::ofstream(replace ? prefs + ".new" : prefs, std::ios::trunc) << text;
     if (replace) std::rename((prefs + ".new").c_str(), prefs.c_str());
-    const auto start = std::chrono::steady_clock::now();
-    const long ms = WaitFor(shown, 5000) ? MsSince(start) : 99999;
-    std::printf("%s file: %s stars on both outputs after %ld ms\n", replace ? "Replaced" : "Written in place",
-                text == kLargeStars ? "larger" : "small", ms);
-    return ms;
+    return WaitFor(shown, 2000);
   };
 
-  EXPECT_LT(change(kLargeStars, true, [&] { return over(3) == 2; }), 2000);
+  EXPECT_TRUE(change(kLargeStars, true, [&] { return over(3) == 2; }));
   EXPECT_FALSE(dark);  // until the change shows, and after it, no black frame between
   EXPECT_TRUE(desktop->Running());  // the same process, no restart
-  EXPECT_LT(change(kSmallStars, false, [&] { return over(2) == 0; }), 2000);
+  EXPECT_TRUE(change(kSmallStars, false, [&] { return over(2) == 0; }));
   EXPECT_TRUE(flying());
 
   // Something that is no file in its place: one line, and the flights go on as they were.
@@ -71,14 +66,13 @@ TEST_P(FollowE2E, TheWallpaperFollowsTheFileReplacedOrWrittenAndKeepsFlyingOnABr
   ASSERT_TRUE(WaitFor([&] { return Count(desktop->Stderr(), kUnreadable) >= 1; }, 2000)) << desktop->Stderr();
   EXPECT_TRUE(flying());
   EXPECT_LT(lit(0), 2 * small[0]);
-  EXPECT_EQ(Count(desktop->Stderr(), kUnreadable), 1) << desktop->Stderr();
-  EXPECT_EQ(Count(desktop->Stderr(), "\n"), 1) << desktop->Stderr();
+  EXPECT_TRUE(desktop->Stderr().starts_with(kUnreadable) && Count(desktop->Stderr(), "\n") == 1) << desktop->Stderr();
 
   // SIGHUP reads the file anew (the same line again) and no longer ends the wallpaper.
   desktop->Signal(SIGHUP);
   ASSERT_TRUE(WaitFor([&] { return Count(desktop->Stderr(), kUnreadable) == 2; }, 2000)) << desktop->Stderr();
   EXPECT_TRUE(desktop->Running());
-  EXPECT_LT(change(kLargeStars, true, [&] { return over(3) == 2; }), 2000);
+  EXPECT_TRUE(change(kLargeStars, true, [&] { return over(3) == 2; }));
   EXPECT_TRUE(flying());
   EXPECT_TRUE(desktop->Running());
 
