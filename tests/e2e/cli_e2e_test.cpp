@@ -1,5 +1,4 @@
-// The command line of the real program: answers on the terminal, displays that are missing, gone
-// or going.
+// The command line: answers on the terminal, and displays that are missing, gone or going.
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -22,8 +21,7 @@ struct Outcome {
   std::string out, err;
 };
 
-// Runs lumox to its end on the session's display with the session's data folder; `env` goes
-// first to env(1), e.g. "-u DISPLAY".
+// Runs lumox to its end on the session's display; `env` goes first to env(1), e.g. "-u DISPLAY".
 Outcome RunLumox(const Session& session, const std::string& args, const std::string& env = "") {
   // A runtime folder of its own keeps Qt's warning about a missing one off standard error.
   const std::string runtime = session.File(".runtime"), out = session.File(".out"), err = session.File(".err");
@@ -86,20 +84,17 @@ TEST(CliE2E, AnswersOnTheTerminalOpenNoWindowAndADisplayThatDoesNotAnswerIsNamed
     }
   }
   probe();
-  EXPECT_TRUE(WaitFor([&] { return seen() > probes; }));
-  EXPECT_EQ(seen(), probes + 1);  // no window but the probes'
+  EXPECT_TRUE(WaitFor([&] { return seen() > probes; }) && seen() == probes + 1) << seen() - probes - 1 << " windows came up";
   StopHelper(watch);
 
-  // A dead Wayland display before a live X one: the flight on X, without a word about Wayland;
-  // the wallpaper too, whatever Qt's platform was set to.
+  // A dead Wayland display before a live X one: the flight and the wallpaper (whatever Qt's platform) on X, quietly.
   for (const char* args : {"--go", "--wallpaper"}) {
     std::vector<std::string> env = {"WAYLAND_DISPLAY=lumox-gone", "XDG_RUNTIME_DIR=" + lumox.File(".runtime")};
     if (args == std::string("--wallpaper")) env.push_back("QT_QPA_PLATFORM=wayland");
     lumox.StartLumox({args}, env);
     EXPECT_TRUE(lumox.WaitForLit(QRect(0, 0, 1024, 768), 1000, 30000)) << args;
     lumox.Signal(SIGTERM);
-    ASSERT_TRUE(lumox.WaitForExit());
-    EXPECT_EQ(lumox.ExitStatus(), 0);
+    ASSERT_TRUE(lumox.WaitForExit() && lumox.ExitStatus() == 0) << lumox.ExitStatus();
     EXPECT_EQ(lumox.Stderr(), "");
   }
 }
@@ -122,38 +117,34 @@ std::pair<pid_t, std::string> Xvfb(const std::vector<std::string>& more) {
 // each run ends in order with its line or its status, never in Qt's abort at a server that went.
 TEST(CliE2E, AServerThatResetsOrEndsWhenItsLastClientLeavesEndsEveryRunInOrder) {
   const std::string folder = MakeTempFolder("lumox-reset"), err = folder + "/stderr", shot = folder + "/shot.png";
-  const auto env = [&](const std::string& display) {
-    return std::vector<std::string>{"env", "-u", "WAYLAND_DISPLAY", "DISPLAY=" + display, "XDG_RUNTIME_DIR=" + folder,
-                                    "XDG_DATA_HOME=" + folder};
+  const auto env = [&](const std::string& display, std::vector<std::string> argv) {
+    argv.insert(argv.begin(), {"env", "-u", "WAYLAND_DISPLAY", "DISPLAY=" + display, "XDG_RUNTIME_DIR=" + folder, "XDG_DATA_HOME=" + folder});
+    return argv;
   };
   const auto run = [&](const std::string& display, const std::string& command) {
     std::string line;
-    for (const std::string& word : env(display)) line += word + " ";
-    return RunCommand(line + command);
+    for (const std::string& word : env(display, {command})) line += word + " ";
+    return RunCommand(line);
   };
   const char kNoWindow[] = "lumox: There is no X window 0xdeadbeef to draw into.\n1\n";
   const auto [xvfb, display] = Xvfb({});
   ASSERT_NE(display, ":");
   for (int n = 0; n < 12; ++n) {
     EXPECT_EQ(run(display, LUMOX_EXE " --window-id 0xdeadbeef 2>&1; echo $?"), kNoWindow) << n;
-    std::vector<std::string> argv = env(display);
-    argv.insert(argv.end(), {LUMOX_EXE, "--wallpaper"});
-    const pid_t wallpaper = StartHelper(argv, -1, err);
+    const pid_t wallpaper = StartHelper(env(display, {LUMOX_EXE, "--wallpaper"}), -1, err);
     int status = -1;
-    const bool flew = WaitFor([&] {
+    EXPECT_TRUE(WaitFor([&] {
       if (waitpid(wallpaper, &status, WNOHANG) == wallpaper) return true;
       run(display, LUMOX_GRAB " " + shot + " 2>/dev/null");
       return LitPixels(QImage(QString::fromStdString(shot))) > 100;
-    }, 30000) && status == -1;
-    EXPECT_TRUE(flew) << n << " ended with " << status << ": " << ReadFile(err);
+    }, 30000) && status == -1) << n << " ended with " << status << ": " << ReadFile(err);
     if (status == -1 && kill(wallpaper, SIGTERM) == 0) waitpid(wallpaper, &status, 0);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << n << " ended with " << status;
     EXPECT_EQ(ReadFile(err), "") << n;
   }
   StopHelper(xvfb);
 
-  // The display check's connection is held until Qt has its own, so the run still finds the
-  // server there.
+  // The display check's connection is held until Qt has its own, so the server is still there.
   const auto [ending, last] = Xvfb({"-terminate"});
   ASSERT_NE(last, ":");
   EXPECT_EQ(run(last, LUMOX_EXE " --window-id 0xdeadbeef 2>&1; echo $?"), kNoWindow);

@@ -1,5 +1,4 @@
-// The screensaver's display mode: the real program drawing into a window of the test's own, as
-// XScreenSaver has it draw into its window, or into the root.
+// The screensaver's display mode: lumox drawing into a window of the test's own, or into the root.
 #include <signal.h>
 
 #include <gtest/gtest.h>
@@ -36,16 +35,14 @@ std::string ChildSize(const Session& session, const std::string& host) {
   return session.Shell("xwininfo -children " + host + " | sed -n 's/^ *0x[0-9a-f]* \"lumox\": (\"lumox\".*  \\([0-9x]*\\)+0+0 .*/\\1/p'");
 }
 
-// Then the defaults come from the host's size, and two run side by side from a settings file,
-// which stays untouched.
+// Then the defaults come from the host's size, and two run side by side from an untouched file.
 TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt) {
   Session session({.outputs = {{1280, 800}}, .start_lumox = false});
   int window_defaults_lit = 0;
   // The host named on the command line (decimal, hex), by XSCREENSAVER_WINDOW, or as the virtual root.
   for (const std::string option : {"--window-id", "-window-id", "-root", "--root"}) {
     SCOPED_TRACE(option);
-    // A window given by id or by the saver has children of its own to cover; the virtual root's
-    // children are other programs' windows, which the flight stays under.
+    // A given window has children of its own to cover; the virtual root's are other programs'.
     const bool covered = option != "--root";
     const std::string host = Hold(session, kHost, covered);
     std::vector<std::string> args = {option}, env;
@@ -85,8 +82,7 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
   session.StartLumox({"--window-id", host, "--stars", "19200", "--star-size", "1.28"});
   ASSERT_TRUE(session.WaitForLit(kHost, 200, 30000));
   EXPECT_GT(LitPixels(session.Screenshot().copy(kHost)), 2 * window_defaults_lit);
-  session.Xdo("windowkill " + host);
-  ASSERT_TRUE(session.WaitForExit(10000));
+  ASSERT_TRUE(EndsOn(session, SIGTERM));
 
   const char kSparse[] = "35\n0.0035\n170\n1.44\n100\n";  // 100 stars
   std::ofstream(session.File("LumoxPrefs")) << kSparse;
@@ -143,8 +139,7 @@ TEST(DisplayModeE2E, TheRootFlightFollowsAFileThatComesLaterSighupAndTheScreenAs
   EXPECT_TRUE(EndsOn(session, SIGTERM));
 }
 
-// The saver's settings dialog as XScreenSaver reads it (written by the build from the settings
-// window's ranges): every option it can pass, at each slider's ends and default, is taken.
+// The saver's settings dialog (the build's, from the sliders' ranges): every option it passes is taken.
 TEST(DisplayModeE2E, TheSaverSettingsDialogOffersTheFiveSettingsAndLumoxTakesThemAll) {
   const std::string xml = ReadFile(LUMOX_SAVER_XML);
   EXPECT_NE(xml.find("<screensaver name=\"lumox\""), std::string::npos);
@@ -158,8 +153,7 @@ TEST(DisplayModeE2E, TheSaverSettingsDialogOffersTheFiveSettingsAndLumoxTakesThe
     for (int i : {0, 1, 2}) lines[i] += " " + (*it)[1].str() + (*it)[2 + i].str();
   EXPECT_EQ(sliders, 5);
 
-  // Every option is taken: the run gets as far as looking for its window, which isn't there.
-  // A run that flies instead is stopped, so that it fails here rather than at the test's timeout.
+  // Each run gets as far as looking for its window, which isn't there; one that flies is stopped.
   Session session({.start_lumox = false});
   for (const std::string& line : lines)
     EXPECT_EQ(session.Shell("XSCREENSAVER_WINDOW=0x1 timeout 60 " LUMOX_EXE " --root --fps" + line + " 2>&1 >/dev/null | grep lumox:; echo $?"),

@@ -1,7 +1,5 @@
-// The settings file where the world is unkind: odd things at its name, odd text in it, a save
-// that cannot be made.
+// The settings file where the world is unkind: odd things at its name, odd text, a failed save.
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -31,14 +29,12 @@ std::string OwnLines(const std::string& text) {
   return own;
 }
 
-// Every case, one after the other on one X server: lumox flies, keeps running, quits cleanly on
-// Ctrl+Q, and leaves no temporary file. It runs under umask 027, so a new file is 0640 and a kept
-// mode shows as itself.
+// Every case on one X server: lumox flies, quits cleanly on Ctrl+Q, and leaves no temporary file.
+// Under umask 027 a new file is 0640 and a kept mode shows as itself.
 TEST(FilesE2E, HostilePathsAndTextsNeitherStopTheFlightNorLoseTheFile) {
   using fs::file_type, fs::perms;
-  // What is put at LumoxPrefs (a shell command in the data folder; ../odd holds kOddPrefs); then
-  // its type, where it links, the text and mode of the file it is or ends at, and the one line on
-  // stderr, after "could not save the settings to <folder>/". The fourth leaves a cut-off save.
+  // What is put at LumoxPrefs (../odd holds kOddPrefs; the fourth leaves a cut-off save), then its
+  // type, link, the text and mode at its end, and the line after "could not save the settings to".
   const struct {
     const char* prepare;
     bool open_settings;  // which makes the save due where a file was there
@@ -73,8 +69,7 @@ TEST(FilesE2E, HostilePathsAndTextsNeitherStopTheFlightNorLoseTheFile) {
       lumox.Xdo("key s");
       EXPECT_TRUE(lumox.WaitForWindow("Settings", Shown));
     }
-    EXPECT_TRUE(lumox.Quit());
-    EXPECT_EQ(lumox.ExitStatus(), 0);
+    EXPECT_TRUE(lumox.Quit() && lumox.ExitStatus() == 0) << lumox.ExitStatus();
 
     // Each case goes on to the next whatever it finds, so no call here may throw.
     const std::string path = lumox.File("LumoxPrefs");
