@@ -1,46 +1,41 @@
-// The idle inhibit on a private session bus, with the desktop's services mocked by dbusmock.
-#include <stdlib.h>
-
+// The desktop's D-Bus services, dbusmock's on private buses: the idle inhibit and UPower's battery.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <vector>
 
 #include "e2e/desktop.h"
 
 namespace lumox::e2e {
 namespace {
 
-// A session bus of its own (dbus-run-session) in a private folder, holding the service that the
-// dbusmock template `mock` in this folder offers, or no service at all when `mock` is empty.
+// A bus of its own in a private folder, as the session bus or as the system bus, holding dbusmock
+// with `mock` (its arguments) once it owns `name`, or nobody when `mock` is empty.
 class MockBus {
  public:
-  MockBus(const std::string& mock, const std::string& name) : dir_(MakeTempFolder("lumox-bus")) {
-    std::vector<std::string> argv{"dbus-run-session", "--", "sh", "-c",
-                                  "echo \"$DBUS_SESSION_BUS_ADDRESS\" > " + dir_ + "/a && mv " + dir_ + "/a " + dir_ +
-                                      "/address && exec \"$@\"",
-                                  "sh"};
-    if (mock.empty()) argv.insert(argv.end(), {"sleep", "1000"});
-    else argv.insert(argv.end(), {"/usr/bin/python3", "-m", "dbusmock", "-t", LUMOX_E2E_DIR "/" + mock, "-l", dir_ + "/calls.log"});
-    pid_ = StartHelper(argv);
-    WaitFor([&] { return bool(std::ifstream(dir_ + "/address") >> address_); });
-    // The service is there once it owns its name on the bus.
+  MockBus(std::vector<std::string> mock, const std::string& name, bool system = false)
+      : dir_(MakeTempFolder("lumox-bus")), address_("unix:path=" + dir_ + "/bus"), system_(system) {
+    pids_[0] = StartHelper({"dbus-daemon", "--session", "--nofork", "--address=" + address_});
+    WaitFor([&] { return std::filesystem::exists(dir_ + "/bus"); });
+    if (mock.empty()) return;
+    mock.insert(mock.begin(), {"env", Env(), "/usr/bin/python3", "-m", "dbusmock", "-l", dir_ + "/calls.log"});
+    pids_[1] = StartHelper(mock);
     WaitFor([&] {
-      return name.empty() || RunCommand("dbus-send --bus=" + address_ +
-                                        " --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
-                                        "org.freedesktop.DBus.NameHasOwner string:" + name + " 2>/dev/null")
-                                     .find("true") != std::string::npos;
+      return Send("org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus.NameHasOwner string:" + name).find("true") !=
+             std::string::npos;
     });
   }
   ~MockBus() {
-    StopHelper(pid_);
+    for (pid_t pid : pids_) StopHelper(pid);
     std::filesystem::remove_all(dir_);
   }
 
-  std::string Env() const { return "DBUS_SESSION_BUS_ADDRESS=" + address_; }
+  std::string Env() const { return (system_ ? "DBUS_SYSTEM_BUS_ADDRESS=" : "DBUS_SESSION_BUS_ADDRESS=") + address_; }
   const std::string& Dir() const { return dir_; }
+  // dbus-send's reply to "<destination> <path> <method> <arguments>".
+  std::string Send(const std::string& call) const {
+    return RunCommand("dbus-send --bus=" + address_ + " --print-reply --dest=" + call + " 2>/dev/null");
+  }
   // The mock's calls so far, one a line, without the time stamps; waits until there are `lines`.
   std::vector<std::string> Calls(size_t lines, int ms = 5000) const {
     std::vector<std::string> calls;
@@ -54,43 +49,41 @@ class MockBus {
   }
 
  private:
-  std::string dir_;
-  pid_t pid_ = -1;
-  std::string address_;
+  std::string dir_, address_;
+  bool system_;
+  pid_t pids_[2] = {-1, -1};
 };
 
-// Each case flies, minimises the flight with the window manager and restores it, first from full
-// screen, then after escape from the window, and quits. The mock hands out cookie 1000 + its call
-// count; the portal's mock adds a line naming each request it closes. With nothing to ask (no bus
-// to reach, or a bus on which nobody offers an inhibit) the flight is as ever, and quiet.
+// Each case flies, minimises the flight and restores it, from full screen and after escape, and
+// quits. The mock's cookie is 1000 + its call count; the portal's logs each request it closes.
+// With nothing to ask (no bus to reach, or nobody on it) the flight is as ever, and quiet.
 TEST(InhibitE2E, TheScreenSaverServiceElseThePortalIsHeldWhileTheFlightIsShown) {
   const std::string reason = "\"Star-field flight on screen\"", inhibit = "Inhibit \"Lumox\" " + reason;
-  const std::string portal = "Inhibit \"\" 8 {\"reason\": " + reason + "}";  // 8: idle
-  const std::string closed = "closed /org/freedesktop/portal/desktop/request/lumox/t";
+  const std::string portal = "Inhibit \"\" 8 {\"reason\": " + reason + "}",  // 8: idle
+                    closed = "closed /org/freedesktop/portal/desktop/request/lumox/t";
   const struct {
-    const char *mock, *name;
+    std::vector<std::string> mock;
+    const char* name;  // none: no bus to reach
     size_t release_lines;  // for each minimise
     std::vector<std::string> calls;
   } cases[] = {
-      {"screensaver_mock.py", "org.freedesktop.ScreenSaver", 1,
+      {{"-t", LUMOX_E2E_DIR "/screensaver_mock.py"}, "org.freedesktop.ScreenSaver", 1,
        {inhibit, "UnInhibit 1001", inhibit, "UnInhibit 1003", inhibit, "UnInhibit 1005"}},
-      {"portal_mock.py", "org.freedesktop.portal.Desktop", 2,
+      {{"-t", LUMOX_E2E_DIR "/portal_mock.py"}, "org.freedesktop.portal.Desktop", 2,
        {portal, "Close", closed + "1", portal, "Close", closed + "2", portal, "Close", closed + "3"}},
-      {"", "", 0, {}},
-      {nullptr, "", 0, {}},
+      {{}, "", 0, {}},
+      {{}, nullptr, 0, {}},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.mock ? c.mock : "no bus");
-    MockBus bus(c.mock ? c.mock : "", c.name);
-    const std::string address = c.mock ? bus.Env() : "DBUS_SESSION_BUS_ADDRESS=unix:path=" + bus.Dir() + "/no-bus";
+    SCOPED_TRACE(c.name ? c.name : "no bus");
+    MockBus bus(c.mock, c.name ? c.name : "");
+    const std::string address = c.name ? bus.Env() : "DBUS_SESSION_BUS_ADDRESS=unix:path=" + bus.Dir() + "/no-bus";
     Session lumox({.outputs = {{1024, 768}}, .env = {address, "XDG_RUNTIME_DIR=" + bus.Dir()}});
     ASSERT_TRUE(lumox.WaitForWindow("Untitled", Shown));
     EXPECT_TRUE(bus.Calls(0, 0).empty());  // the start window holds nothing
     const std::string window = lumox.Fly();
     ASSERT_FALSE(window.empty());
-    if (!c.calls.empty()) {
-      EXPECT_EQ(bus.Calls(1), std::vector<std::string>{c.calls[0]});
-    }
+    EXPECT_EQ(bus.Calls(c.calls.empty() ? 0 : 1).size(), c.calls.empty() ? 0u : 1u);  // held at once
     for (const char* before : {"", "key Escape sleep 0.5 "}) {
       const size_t seen = bus.Calls(0, 0).size();
       lumox.Xdo(before + std::string("windowminimize --sync ") + window);
@@ -100,11 +93,41 @@ TEST(InhibitE2E, TheScreenSaverServiceElseThePortalIsHeldWhileTheFlightIsShown) 
     }
     const QImage restored = lumox.Screenshot();
     EXPECT_TRUE(WaitFor([&] { return DifferentPixels(restored, lumox.Screenshot()) > 100; }, 3000));
-    ASSERT_TRUE(lumox.Quit());
+    ASSERT_TRUE(lumox.Quit() && lumox.ExitStatus() == 0) << lumox.ExitStatus();
     EXPECT_EQ(bus.Calls(c.calls.size()), c.calls);
-    EXPECT_EQ(lumox.ExitStatus(), 0);
     EXPECT_EQ(lumox.Stderr(), "");
   }
+}
+
+// --pause-on-battery on two outputs: still on battery, flying on the mains; then, on a system bus
+// without UPower, one line and the flight as ever.
+TEST(BatteryE2E, OnBatteryEveryOutputStandsStillOnMainsTheyFlyAndWithoutUPowerItSaysSo) {
+  const MockBus bus({"--system", "--template", "upower", "-p", "{\"OnBattery\": true}"}, "org.freedesktop.UPower", true);
+  Session session({.outputs = {{800, 600}, {640, 480}}, .start_lumox = false});
+  session.StartLumox({"--wallpaper", "--pause-on-battery"}, {bus.Env()});
+  const QRect one = session.OutputArea(0), two = session.OutputArea(1);
+  // Each output shows its first frame and goes no further.
+  ASSERT_TRUE(session.WaitForLit(one, 100, 20000) && session.WaitForLit(two, 100, 20000)) << session.Stderr();
+  const QImage before = session.Screenshot();
+  EXPECT_LT(CpuShare(session, 6000), 0.02);
+  EXPECT_EQ(DifferentPixels(before, session.Screenshot()), 0);
+  const std::string set = "org.freedesktop.UPower /org/freedesktop/UPower org.freedesktop.DBus.Properties.Set "
+                          "string:org.freedesktop.UPower string:OnBattery variant:boolean:";
+  bus.Send(set + "false");
+  ASSERT_TRUE(WaitFor([&] { return Flying(session, "", one) && Flying(session, "", two); }, 5000));
+  bus.Send(set + "true");
+  ASSERT_TRUE(WaitFor([&] { return DifferentPixels(session.Screenshot(), session.Screenshot()) == 0; }, 5000));
+  EXPECT_LT(CpuShare(session, 4000), 0.02);
+  EXPECT_EQ(session.Stderr(), "");
+  session.Signal(SIGTERM);
+  ASSERT_TRUE(session.WaitForExit());
+
+  const MockBus none({}, "", true);
+  session.StartLumox({"--wallpaper", "--pause-on-battery"}, {none.Env()});
+  ASSERT_TRUE(WaitFor([&] { return Flying(session, "", one) && Flying(session, "", two); }, 20000)) << session.Stderr();
+  EXPECT_EQ(session.Stderr(),
+            "lumox: UPower does not answer on the system bus, so '--pause-on-battery' can't tell the battery from "
+            "the mains; the flights go on.\n");
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-'''The desktop portal's Inhibit: each call makes a request object, ended by its Close method,
-which logs which request it was. Calls are logged by dbusmock (-l).'''
+'''The portal's Inhibit: each call makes a request object whose Close logs which request it was.'''
 
 BUS_NAME = 'org.freedesktop.portal.Desktop'
 MAIN_OBJ = '/org/freedesktop/portal/desktop'

@@ -14,11 +14,8 @@ const int kSlider2Row = kClient.y() + 85;  // crosses Slider2's handle but passe
 // Middle of Slider2's handle: on its row only the handle breaks the grey.
 int Slider2Handle(const QImage& shot) {
   int first = -1, last = -1;
-  for (int x = kClient.x() + 137; x < kClient.x() + 391; ++x) {
-    if (shot.pixel(x, kSlider2Row) == kGrey) continue;
-    if (first < 0) first = x;
-    last = x;
-  }
+  for (int x = kClient.x() + 137; x < kClient.x() + 391; ++x)
+    if (shot.pixel(x, kSlider2Row) != kGrey) first = first < 0 ? x : first, last = x;
   return (first + last) / 2;
 }
 

@@ -1,16 +1,11 @@
-// The real XScreenSaver daemon. Blanking after one minute, on two private X servers at once: on
-// one lumox flies for 90 s, on the other (the control) lumox waits at its start window. The
-// control must blank and the flight must not. Long: labelled `slow`. And running lumox as its
-// display mode.
-#include <stdlib.h>
-
+// The real XScreenSaver daemon: kept off a 90 s flight but not off the start window (long:
+// labelled `slow`), and running lumox as its display mode.
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
-#include <string>
 
 #include "e2e/desktop.h"
 #include "shell/inhibit_plan.h"
@@ -18,7 +13,6 @@
 namespace lumox::e2e {
 namespace {
 
-using Clock = std::chrono::steady_clock;
 constexpr int kSaverTimeoutMs = 60000;
 
 // The daemon on one display, as the unprivileged user when run as root (it refuses root), from a
@@ -28,8 +22,7 @@ struct Saver {
       : home(MakeTempFolder("lumox-saver")) {
     std::ofstream(home + "/.xscreensaver") << "timeout: 0:01:00\nlock: False\nfade: False\nunfade: False\n"
                                               "splash: False\ndpmsEnabled: False\n" << mode;
-    // lumox on the daemon's PATH, as the install's link puts it in the saver's own folder; a
-    // copy, as the build may sit where the daemon's user can't reach (a checkout under /root).
+    // lumox on the daemon's PATH, as installed; a copy, as the daemon's user may not reach the build.
     std::filesystem::create_directory(home + "/bin");
     std::filesystem::copy_file(LUMOX_EXE, home + "/bin/lumox");
     std::vector<std::string> argv = AsTestUser(home);
@@ -46,37 +39,25 @@ struct Saver {
   pid_t pid;
 };
 
-// The saver's state as it publishes it on the root window: 0 while the screen shows, the atom
-// BLANK or LOCK while it is covered; -1 while no daemon has said anything.
+// The saver's state on the root window: 0 while the screen shows, BLANK or LOCK (an atom) while it is covered; -1 before.
 long SaverState(const Session& x) {
-  const std::string out = x.Shell("xprop -root _SCREENSAVER_STATUS 2>/dev/null");
-  const size_t at = out.find(" = ");
-  return at == std::string::npos ? -1 : std::stol(out.substr(at + 3));
+  return std::strtol(x.Shell("xprop -root _SCREENSAVER_STATUS 2>/dev/null | sed -n 's/.* = //p' | grep . || echo -1").c_str(), nullptr, 10);
 }
 
 // How long the X server has counted the user idle, in ms: the clock of its own screen saver.
-long ServerIdleMs(const Session& x) {
-  long ms = -1;
-  std::istringstream(x.Shell("xprintidle")) >> ms;
-  return ms;
-}
+long ServerIdleMs(const Session& x) { return std::strtol(x.Shell("xprintidle || echo -1").c_str(), nullptr, 10); }
 
-long MsSince(Clock::time_point t) {
-  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - t).count();
-}
-
+// Blanking after one minute, on two private X servers at once: on one lumox flies for 90 s, on
+// the other (the control) it waits at its start window. The control must blank, the flight not.
 TEST(ScreenSaverE2E, XScreenSaverNeverCoversANinetySecondFlightButCoversTheStartWindow) {
   Session flight({.outputs = {{1024, 768}}}), control({.outputs = {{1024, 768}}});
-  ASSERT_TRUE(flight.WaitForWindow("Untitled", Shown));
-  ASSERT_TRUE(control.WaitForWindow("Untitled", Shown));
+  for (const Session* x : {&flight, &control}) ASSERT_TRUE(x->WaitForWindow("Untitled", Shown));
   Saver flight_saver(flight), control_saver(control);
-  WaitFor([&] { return SaverState(flight) >= 0 && SaverState(control) >= 0; });
-  ASSERT_EQ(SaverState(flight), 0);
-  ASSERT_EQ(SaverState(control), 0);
+  ASSERT_TRUE(WaitFor([&] { return SaverState(flight) == 0 && SaverState(control) == 0; }));
 
   const std::string window = flight.Fly();
   ASSERT_FALSE(window.empty());
-  const Clock::time_point go = Clock::now();
+  const auto go = std::chrono::steady_clock::now();
   long covered_at = -1, control_covered_at = -1, most_idle = 0;
   while (MsSince(go) < 90000 && covered_at < 0) {
     if (SaverState(flight) != 0) covered_at = MsSince(go);
@@ -90,38 +71,29 @@ TEST(ScreenSaverE2E, XScreenSaverNeverCoversANinetySecondFlightButCoversTheStart
   EXPECT_GT(control_covered_at, kSaverTimeoutMs - 10000);
   EXPECT_LT(control_covered_at, kSaverTimeoutMs + 5000);
   // The X server's own idle clock is started over with every nudge while the flight is shown...
-  EXPECT_GE(most_idle, 0);
   EXPECT_LT(most_idle, kIdleNudgeMs + 2000);
   EXPECT_GT(ServerIdleMs(control), 90000 - 10000);
 
   // A blank the user asks for over the flight is left alone by the nudges.
   flight.Shell("xscreensaver-command -activate >/dev/null 2>&1");
   ASSERT_TRUE(WaitFor([&] { return SaverState(flight) > 0; }));
-  const Clock::time_point asked = Clock::now();
-  while (MsSince(asked) < 2 * kIdleNudgeMs + 1000 && SaverState(flight) > 0) SleepMs(500);
-  EXPECT_GT(SaverState(flight), 0) << "undone " << MsSince(asked) << " ms after it was asked for";
+  EXPECT_FALSE(WaitFor([&] { return SaverState(flight) <= 0; }, 2 * kIdleNudgeMs + 1000)) << "undone by a nudge";
   flight.Shell("xscreensaver-command -deactivate >/dev/null 2>&1");
   ASSERT_TRUE(WaitFor([&] { return SaverState(flight) == 0; }));
 
   // ...and left to run once the flight is minimised.
   flight.Xdo("windowminimize --sync " + window);
-  const Clock::time_point minimised = Clock::now();
-  while (MsSince(minimised) < 3 * kIdleNudgeMs && ServerIdleMs(flight) < kIdleNudgeMs + 2000) SleepMs(500);
-  EXPECT_GE(ServerIdleMs(flight), kIdleNudgeMs + 2000);
+  EXPECT_TRUE(WaitFor([&] { return ServerIdleMs(flight) >= kIdleNudgeMs + 2000; }, 3 * kIdleNudgeMs));
   EXPECT_EQ(SaverState(flight), 0);
 }
 
 // The daemon with Lumox as its one display mode, as the README tells a user to set it up.
-// Quick, unlike the test above: not labelled slow.
 TEST(XScreenSaverE2E, ShowsTheFlightAsItsDisplayModeAndEndsIt) {
   Session x({.outputs = {{1024, 768}}, .start_lumox = false});
   Saver saver(x, "mode: one\nselected: 0\nprograms: lumox --root\n");
   ASSERT_TRUE(WaitFor([&] { return SaverState(x) == 0; }));
   // This daemon's lumox, the copy in its home: the user may run others at the same time.
-  const auto running = [&] {
-    return !RunCommand("for p in $(pgrep -x lumox); do [ \"$(readlink /proc/$p/exe)\" = '" + saver.home +
-                    "/bin/lumox' ] && echo $p; done").empty();
-  };
+  const auto running = [&] { return !RunCommand("find /proc -maxdepth 2 -name exe -lname '" + saver.home + "/bin/lumox' 2>/dev/null").empty(); };
 
   x.Shell("xscreensaver-command -activate >/dev/null 2>&1");
   EXPECT_TRUE(x.WaitForLit(QRect(0, 0, 1024, 768), 500, 15000));

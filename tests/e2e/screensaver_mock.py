@@ -1,5 +1,4 @@
-'''org.freedesktop.ScreenSaver as the desktops offer it: Inhibit hands out a new cookie each
-time, UnInhibit takes one back. Calls are logged by dbusmock (-l).'''
+'''org.freedesktop.ScreenSaver: Inhibit hands out a new cookie each time, UnInhibit takes one back.'''
 
 BUS_NAME = 'org.freedesktop.ScreenSaver'
 MAIN_OBJ = '/org/freedesktop/ScreenSaver'
