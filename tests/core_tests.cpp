@@ -610,21 +610,15 @@ TEST(PrefsFormat, ValTakesTheLeadingNumberOrZero) {
 }
 
 TEST(DataFolder, AbsoluteXdgDataHomeElseHomeElseThePasswordDatabase) {
+  // XDG_DATA_HOME, HOME, the password database's home, the folder; a relative one is ignored.
   const struct {
     const char *xdg, *home, *passwd, *folder;
   } cases[] = {
-      {"/x/data//", "/home/u", "/home/p", "/x/data"},
-      {nullptr, "/home/u", "/home/p", "/home/u/.local/share"},
-      {"", "/home/u/", "/home/p", "/home/u/.local/share"},
-      {"~/data", "/home/u", "/home/p", "/home/u/.local/share"},  // relative: ignored
-      {nullptr, nullptr, "/home/p", "/home/p/.local/share"},
-      {nullptr, "", "/home/p", "/home/p/.local/share"},
-      {"rel", "home/u", "/home/p", "/home/p/.local/share"},
-      {nullptr, "/", "/home/p", "/.local/share"},
-      {"rel", "", "", ""},
-      {nullptr, nullptr, "home/p", ""},
-      {"/", nullptr, nullptr, "/"},
-  };
+      {"/x/data//", "/home/u", "/home/p", "/x/data"}, {nullptr, "/home/u", "/home/p", "/home/u/.local/share"},
+      {"", "/home/u/", "/home/p", "/home/u/.local/share"}, {"~/data", "/home/u", "/home/p", "/home/u/.local/share"},
+      {nullptr, nullptr, "/home/p", "/home/p/.local/share"}, {nullptr, "", "/home/p", "/home/p/.local/share"},
+      {"rel", "home/u", "/home/p", "/home/p/.local/share"}, {nullptr, "/", "/home/p", "/.local/share"},
+      {"rel", "", "", ""}, {nullptr, nullptr, "home/p", ""}, {"/", nullptr, nullptr, "/"}};
   for (int i = 0; const auto& c : cases) EXPECT_EQ(DataFolder(c.xdg, c.home, c.passwd), c.folder) << "case " << i++;
 }
 
@@ -686,8 +680,7 @@ TEST(CommandLine, OptionsBecomeChoices) {
       {{"--screen=HDMI-2", "--window"}, false, false, true, true, false, "HDMI-2", ""},
       {{"-h"}, true, false, false, false, false, "", ""},
       {{"--version"}, false, true, false, false, false, "", ""},
-      // Before Qt has taken out its own options they are unknown here, and a word such as
-      // -reverse is never read as -r -e -v ...
+      // Qt's own options are unknown before Qt takes them out; -reverse is never -r -e -v ...
       {{"-reverse"}, false, false, false, false, false, "", "Unknown option 'reverse'."},
       {{"-platformtheme", "gtk3", "--help"}, true, false, false, false, false, "", "Unknown option 'platformtheme'."},
       {{"--go", "stray"}, false, false, true, false, false, "", "Unexpected argument 'stray'."},
