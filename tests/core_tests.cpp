@@ -228,6 +228,22 @@ struct GlRecorder {
   std::vector<GlCall> calls;
 };
 
+TEST(NoAllocation, ShadingSweepAndFrameAllocateNothing) {
+  StarField field{.StarMax = 50000};
+  GenerateStars(field);
+  GlRecorder recorder;
+  g_counting = true;
+  for (int tick = 0; tick < 50; ++tick) {
+    recorder.calls.clear();
+    ShadeStars(field);
+    Surface_Render(field, recorder.Api());
+    Timer2_Action(field);
+    field.StarMax = tick % 2 ? 50000 : 100;  // raising the count makes no star either
+  }
+  g_counting = false;
+  EXPECT_EQ(g_allocations, 0);
+}
+
 // Two live stars, the second with a colour below zero.
 void TwoStars(StarField& field) {
   field.Star[1] = {.x = 0.5f, .y = -0.5f, .z = -2.0f, .cred = 0.1f, .cgreen = 0.2f, .cblue = 1.5f};
@@ -266,8 +282,7 @@ std::array<float, 3> Eye(const float* m, const StarData& s) {
   return eye;
 }
 
-// The first frame after the first hour takes 256 from the depth of the camera, of the matrix and
-// of every star, and each star stays where GL would have shown it without.
+// After the first hour a frame takes 256 from the depths of the camera, the matrix and each star: no star moves.
 TEST(Frame, TheRebaseAfterTheFirstHourMovesNoStar) {
   StarField field{.StarMax = 3};
   g_mesa_matrix = {};
@@ -1015,22 +1030,6 @@ TEST(SurfaceScale, TheBufferIsTheSurfaceAtTheScaleRoundedHalfAwayFromZero) {
     EXPECT_EQ(BufferLength(length, scale), buffer) << length << " at " << scale;
   EXPECT_EQ(std::tuple(ScaleRatio(180), ScaleRatio(150), ScaleRatio(WholeScale(3))), std::tuple(1.5, 1.25, 3.0));
   EXPECT_EQ(WholeScale(0), kScaleOne);  // a compositor's 0 draws as scale 1
-}
-
-TEST(NoAllocation, ShadingSweepAndFrameAllocateNothing) {
-  StarField field{.StarMax = 50000};
-  GenerateStars(field);
-  GlRecorder recorder;
-  g_counting = true;
-  for (int tick = 0; tick < 50; ++tick) {
-    recorder.calls.clear();
-    ShadeStars(field);
-    Surface_Render(field, recorder.Api());
-    Timer2_Action(field);
-    field.StarMax = tick % 2 ? 50000 : 100;  // raising the count makes no star either
-  }
-  g_counting = false;
-  EXPECT_EQ(g_allocations, 0);
 }
 
 }  // namespace

@@ -84,10 +84,9 @@ bool RunUntil(const std::function<bool()>& done, int ms = 60000) {
 
 // A press and release of `key`, delivered where the platform would: to the focus widget.
 void Press(QWidget* window, int key, const QString& text = {}) {
-  QWidget* to = window->focusWidget() ? window->focusWidget() : window;
   for (QEvent::Type type : {QEvent::KeyPress, QEvent::KeyRelease}) {
     QKeyEvent event(type, key, Qt::NoModifier, text);
-    QCoreApplication::sendEvent(to, &event);
+    QCoreApplication::sendEvent(window->focusWidget() ? window->focusWidget() : window, &event);
   }
 }
 
@@ -203,8 +202,7 @@ SurfaceWindow* StillWindow() {
   return w;
 }
 
-// One white star 3.6 ahead, off the axis: beyond the far plane until the camera has travelled
-// more than 0.6, and drawn further from the centre as it comes nearer.
+// One white star 3.6 ahead, off the axis: seen once 0.6 nearer, then further out as it nears.
 TEST(GlSurface, AStarComesIntoViewAndMovesOutwardAsTheCameraFlies) {
   SurfaceWindow* w = StillWindow();
   w->StarMax = 1;
@@ -345,8 +343,7 @@ TEST(Flight, APauseStopsBothTimersAndAResumeStartsBoth) {
   }
 }
 
-// GL draws pictures from the bottom row up: the readout's rows come in that order, so its text
-// stands upright on the screen.
+// GL draws a picture bottom row first: the readout's rows come so, and its text stands upright.
 TEST(FpsReadout, ItsPictureIsTheTextWithItsBottomRowFirst) {
   FpsReadout readout;
   OverlayPicture picture;
@@ -378,8 +375,7 @@ struct Heard : DesktopSink {
   void ConnectionLost(const std::string&) override {}
 };
 
-// A monitor given a new mode keeps its QScreen, whose geometry changes: its output is reshaped,
-// so its surface is made anew at the new size.
+// A monitor given a new mode keeps its QScreen: its output is reshaped, its surface made anew.
 TEST(QtScreens, EachScreenIsAnOutputByItsNameAndOneWithANewGeometryIsReshaped) {
   Heard heard;
   QtScreens screens(heard);
