@@ -11,26 +11,15 @@ trap 'rm -rf "$tmp"' EXIT
 
 fail() { echo "FAIL: $*" >&2; exit 1; }
 
-# The files of the program and its data, below the prefix; `bin` is where the program goes.
+# The files of the program and its data, below the prefix; $1 is the program's folder.
 data_files() {
-  local bin=$1
-  {
-    echo "$bin/lumox"
-    echo "share/applications/$id.desktop"
-    echo "share/metainfo/$id.metainfo.xml"
-    echo "share/man/man6/lumox.6.gz"
-    echo "share/xscreensaver/config/lumox.xml"
-    echo "libexec/xscreensaver/lumox"
-    echo "libexec/xsecurelock/saver_lumox"
-    echo "lib/systemd/user/lumox-wallpaper.service"
-    for f in metadata.json extension.js; do echo "share/gnome-shell/extensions/lumox-wallpaper@lumox/$f"; done
-    for s in "${sizes[@]}"; do echo "share/icons/hicolor/${s}x${s}/apps/$id.png"; done
-  } | sort
+  { printf '%s\n' "$1/lumox" share/applications/$id.desktop share/metainfo/$id.metainfo.xml share/man/man6/lumox.6.gz \
+      share/xscreensaver/config/lumox.xml libexec/xscreensaver/lumox libexec/xsecurelock/saver_lumox \
+      lib/systemd/user/lumox-wallpaper.service share/gnome-shell/extensions/lumox-wallpaper@lumox/{metadata.json,extension.js}
+    for s in "${sizes[@]}"; do echo "share/icons/hicolor/${s}x${s}/apps/$id.png"; done; } | sort
 }
 
-install_into() {
-  DESTDIR=$1 cmake --install "$build" --prefix /usr >/dev/null || fail "cmake --install failed"
-}
+install_into() { DESTDIR=$1 cmake --install "$build" --prefix /usr >/dev/null || fail "cmake --install failed"; }
 
 case $check in
 files)
@@ -44,9 +33,9 @@ files)
   prefix=$(sed -n 's/^CMAKE_INSTALL_PREFIX:PATH=//p' "$build/CMakeCache.txt")
   unit=$tmp/root/usr/lib/systemd/user/lumox-wallpaper.service
   grep -qx "ExecStart=$prefix/bin/lumox --wallpaper" "$unit" || fail "the unit does not run $prefix/bin/lumox --wallpaper"
-  grep -qx "exec $prefix/bin/lumox --root" "$tmp/root/usr/libexec/xsecurelock/saver_lumox" ||
-    fail "saver_lumox does not run $prefix/bin/lumox --root"
-  [ -x "$tmp/root/usr/libexec/xsecurelock/saver_lumox" ] || fail "saver_lumox is not executable"
+  saver=$tmp/root/usr/libexec/xsecurelock/saver_lumox
+  grep -qx "exec $prefix/bin/lumox --root" "$saver" || fail "saver_lumox does not run $prefix/bin/lumox --root"
+  [ -x "$saver" ] || fail "saver_lumox is not executable"
   echo "cmake --install: the $(data_files bin | wc -l) expected files"
   ;;
 
@@ -71,8 +60,7 @@ validators)
     grep -Eq -- "^Actions=(.*;)?$key;" "$share/applications/$id.desktop" || fail "the action $key is not listed"
     "$tmp/root/usr/bin/lumox" --help | grep -Eq -- "^ +$option( |$)" || fail "lumox takes no $option"
   done
-  grep -q "<release version=\"$version\"" "$share/metainfo/$id.metainfo.xml" ||
-    fail "the metainfo has no release $version"
+  grep -q "<release version=\"$version\"" "$share/metainfo/$id.metainfo.xml" || fail "the metainfo has no release $version"
   # The man page: renders without a groff warning and has an entry for every option lumox takes.
   warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -l "$share/man/man6/lumox.6.gz" 2>&1 >"$tmp/man.txt") || fail "man failed"
   [ -z "$warnings" ] || fail "man page warnings: $warnings"
@@ -111,17 +99,16 @@ package)
   done
   grep -q '^l.* \./usr/libexec/xscreensaver/lumox -> \.\./\.\./games/lumox$' <(dpkg-deb -c "$deb") ||
     fail "the display mode's link does not lead to /usr/games/lumox"
-  dpkg-deb --fsys-tarfile "$deb" | tar -xO ./usr/lib/systemd/user/lumox-wallpaper.service |
-    grep -qx "ExecStart=/usr/games/lumox --wallpaper" || fail "the packaged unit does not run /usr/games/lumox"
-  dpkg-deb --fsys-tarfile "$deb" | tar -xO ./usr/libexec/xsecurelock/saver_lumox | grep -qx "exec /usr/games/lumox --root" ||
-    fail "the packaged saver_lumox does not run /usr/games/lumox"
-  depends=$(dpkg-deb -f "$deb" Depends)
-  echo "Depends: $depends"
+  packaged() { dpkg-deb --fsys-tarfile "$deb" | tar -xO "./usr/$1"; }
+  packaged lib/systemd/user/lumox-wallpaper.service | grep -qx "ExecStart=/usr/games/lumox --wallpaper" ||
+    fail "the packaged unit does not run /usr/games/lumox"
+  packaged libexec/xsecurelock/saver_lumox | grep -qx "exec /usr/games/lumox --root" || fail "the packaged saver_lumox does not run /usr/games/lumox"
+  depends=$(dpkg-deb -f "$deb" Depends) && echo "Depends: $depends"
   for library in libqt6core6 libqt6gui6 libqt6widgets6 libopengl0 libglu1 qt6-qpa-plugins; do
     grep -q "$library" <<<"$depends" || fail "Depends lacks $library"
   done
-  dpkg-deb --fsys-tarfile "$deb" | tar -xO ./usr/share/doc/lumox/changelog.gz | gzip -dc | sed -n 1p |
-    grep -q "^lumox ($version)" || fail "the changelog's last entry is not $version"
+  packaged share/doc/lumox/changelog.gz | gzip -dc | sed -n 1p | grep -q "^lumox ($version)" ||
+    fail "the changelog's last entry is not $version"
   # One lintian run; errors and warnings fail, infos are shown.
   lintian --display-info "$deb" >"$tmp/lintian.txt" || true
   cat "$tmp/lintian.txt"
@@ -135,8 +122,7 @@ icons)
   for png in "$source"/resources/icons/hicolor/*/apps/*.png; do
     folder=$(basename "$(dirname "$(dirname "$png")")")
     info=$(file -b "$png")
-    [[ $info == "PNG image data, ${folder/x/ x }, 8-bit/color RGBA,"* ]] ||
-      fail "$png is $info, not a ${folder} RGBA PNG"
+    [[ $info == "PNG image data, ${folder/x/ x }, 8-bit/color RGBA,"* ]] || fail "$png is $info, not a ${folder} RGBA PNG"
     count=$((count + 1))
   done
   [ "$count" -eq ${#sizes[@]} ] || fail "$count icons, not ${#sizes[@]}"

@@ -1,7 +1,7 @@
 #pragma once
 // A GL table that keeps the modelview matrix as Mesa does, in single precision, with Mesa's order
-// of operations for a translation along z and a turn about z (what the frame asks for), and
-// drops every other call. A long flight's matrix runs in seconds on it, with no context.
+// of operations for a translation along z and a turn about z (what the frame asks for), and drops
+// every other call. A long flight's matrix runs in seconds on it, with no context.
 #include <algorithm>
 #include <cmath>
 
@@ -23,10 +23,7 @@ inline const GlApi& MesaMatrixApi() {
       [] {
         if (g_mesa_matrix.modelview) g_mesa_matrix = MesaMatrix{.modelview = true};
       },
-      [](double, double, double, double) {},
-      [](float, float, float, float) {},
-      [](unsigned) {},
-      [](float) {},
+      [](double, double, double, double) {}, [](float, float, float, float) {}, [](unsigned) {}, [](float) {},
       [](unsigned) {},
       [](float, float, float z) {
         float* m = g_mesa_matrix.m;
@@ -42,22 +39,15 @@ inline const GlApi& MesaMatrixApi() {
           m[4 + i] = a0 * -s + a1 * c;
         }
       },
-      [](unsigned) {},
-      [](double, double, double) {},
-      [](float, float, float) {},
-      [] {},
+      [](unsigned) {}, [](double, double, double) {}, [](float, float, float) {}, [] {},
       [](float m[16]) { std::copy(g_mesa_matrix.m, g_mesa_matrix.m + 16, m); },
       [](float x, float y, float) {
-        for (int i = 0; i < 4; ++i) {
-          g_mesa_matrix.m[i] *= x;
-          g_mesa_matrix.m[4 + i] *= y;
-        }
+        for (int i = 0; i < 4; ++i) g_mesa_matrix.m[i] *= x, g_mesa_matrix.m[4 + i] *= y;
       },
       [](const double*) {},
       [](const float m[16]) {
         if (g_mesa_matrix.modelview) std::copy(m, m + 16, g_mesa_matrix.m);
-      },
-  };
+      }};
   return api;
 }
 

@@ -45,11 +45,8 @@ inline Green GreenPixels(const QImage& image) {
   const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
   Green green;
   for (int y = 0; y < rgb.height(); ++y)
-    for (int x = 0; x < rgb.width(); ++x) {
-      if (!ReadoutGreen(rgb.pixel(x, y))) continue;
-      ++green.count;
-      green.bounds |= QRect(x, y, 1, 1);
-    }
+    for (int x = 0; x < rgb.width(); ++x)
+      if (ReadoutGreen(rgb.pixel(x, y))) ++green.count, green.bounds |= QRect(x, y, 1, 1);
   return green;
 }
 
