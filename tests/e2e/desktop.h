@@ -61,21 +61,21 @@ class Desktop {
   virtual void Keys(const std::string& words) const = 0;
   // The key put down and left there, without repeating, until Keys("up:key") lets it go.
   virtual void HoldKey(const std::string& key) const { Keys("down:" + key); }
-  // The pointer moved to `p`, and clicked there if asked; false where the desktop has none.
-  virtual bool Pointer(QPoint p, bool click = false) const = 0;
+  // The pointer moved to the point, and clicked there if asked; false where the desktop has none.
+  virtual bool Pointer(QPoint, bool = false) const { return false; }
   // The wheel turned one step where the pointer is, without moving it; false where there is no pointer.
-  virtual bool Wheel() const = 0;
+  virtual bool Wheel() const { return false; }
   // The top-level window with this exact title; the first shown one where there are several.
-  virtual WindowState Window(const std::string& title) const = 0;
+  virtual WindowState Window(const std::string&) const { return {}; }
   // Hands the keyboard to the window, as the user's click on it does.
-  virtual void Activate(const std::string& title) const = 0;
+  virtual void Activate(const std::string&) const {}
   // Whether escape's window is put where the program asks, and a put-away window minimised;
   // sway places windows itself and unmaps what is put away.
-  virtual bool PlacesWindows() const = 0;
-  // Moves the window to `to`, as the user's drag does; false where the desktop places them itself.
-  virtual bool Move(const std::string& title, QPoint to) const = 0;
+  virtual bool PlacesWindows() const { return false; }
+  // Moves the window to the point, as the user's drag does; false where the desktop places them itself.
+  virtual bool Move(const std::string&, QPoint) const { return false; }
   // An ordinary window of another program over the whole of the first output; gives when it shows.
-  virtual bool OpenWindow() const = 0;
+  virtual bool OpenWindow() const { return false; }
   // Kills the display server under lumox, as a crash or the end of the session does.
   virtual void KillServer() = 0;
 
@@ -176,8 +176,6 @@ class SwaySession : public Desktop {
   bool Wheel() const override { return Wheel(QPoint(100, 100)); }
   WindowState Window(const std::string& title) const override;
   void Activate(const std::string& title) const override;
-  bool PlacesWindows() const override { return false; }
-  bool Move(const std::string&, QPoint) const override { return false; }
   bool OpenWindow() const override { return OpenTerminal(true); }
   void KillServer() override;
 

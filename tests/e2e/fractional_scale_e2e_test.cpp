@@ -64,13 +64,6 @@ class KWinSession : public Desktop {
   }
   void KillServer() override { StopHelper(std::exchange(kwin_, -1)); }
   void Keys(const std::string&) const override { ADD_FAILURE() << "no keys on this KWin"; }
-  bool Pointer(QPoint, bool) const override { return false; }
-  bool Wheel() const override { return false; }
-  WindowState Window(const std::string&) const override { return {}; }
-  void Activate(const std::string&) const override {}
-  bool PlacesWindows() const override { return false; }
-  bool Move(const std::string&, QPoint) const override { return false; }
-  bool OpenWindow() const override { return false; }
 
  private:
   pid_t kwin_ = -1, bus_ = -1;
