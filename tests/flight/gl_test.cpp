@@ -1,0 +1,184 @@
+// The GL surface: a star flown towards, a span's parts of one picture, the readout blended over the
+// frame and its picture; and a flight's pause and resume.
+#include <GL/gl.h>
+#include <GL/glu.h>
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <cstring>
+
+#include "display/surface_window.h"
+#include "flight/fps_readout.h"
+#include "support/pixels.h"
+#include "support/ui_helpers.h"
+
+namespace lumox {
+namespace {
+
+// The display window on screen, drawing frames only when the test asks for them.
+SurfaceWindow* StillWindow() {
+  SurfaceWindow* w = SurfaceWindow::Instance();
+  w->Timer1()->stop();
+  EXPECT_TRUE(RunUntil([&] { return w->Surface()->isExposed(); }));
+  return w;
+}
+
+// One white star 3.6 ahead, off the axis: seen once 0.6 nearer, then further out as it nears.
+TEST(GlSurface, AStarComesIntoViewAndMovesOutwardAsTheCameraFlies) {
+  SurfaceWindow* w = StillWindow();
+  w->StarMax = 1;
+  w->Rotn = 0;
+  w->Speed = 0.25f;
+  w->StarSize = 4.0f;
+  w->Star[1] = {.x = 0.3f, .z = w->CameraZ - 3.6f, .cred = 1.0f, .cgreen = 1.0f, .cblue = 1.0f};
+  int lit[6];
+  double distance[6];
+  for (int frame = 0; frame < 6; ++frame) {
+    const QImage image = w->RenderAndCapture().convertToFormat(QImage::Format_RGB32);
+    double sum = 0;
+    lit[frame] = 0;
+    for (int y = 0; y < image.height(); ++y)
+      for (int x = 0; x < image.width(); ++x)
+        if (qRed(image.pixel(x, y)) > 100) sum += x, ++lit[frame];
+    distance[frame] = lit[frame] ? sum / lit[frame] - image.width() / 2.0 : 0.0;
+  }
+  EXPECT_EQ(lit[0] + lit[1], 0);  // depths 3.35 and 3.1
+  EXPECT_GT(lit[2], 0);           // depth 2.85
+  EXPECT_GT(lit[5], 0);           // depth 2.1
+  EXPECT_TRUE(distance[3] > distance[2] && distance[5] > distance[4]);
+}
+
+// An output as wide and high as all the outputs of a span shows the picture of a flight of its own:
+// the whole's cut is gluPerspective's own matrix, wherever the box stands.
+TEST(GlSurface, TheCutOfTheWholeIsGluPerspectivesMatrix) {
+  StillWindow()->RenderAndCapture();  // leaves the surface's context current
+  float glu[16], cut[16];
+  glMatrixMode(GL_PROJECTION);
+  glLoadIdentity();
+  gluPerspective(kFovy, kAspect, kNear, kFar);
+  glGetFloatv(GL_PROJECTION_MATRIX, glu);
+  for (const ViewRect& box : {ViewRect{0, 0, 1920, 1080}, ViewRect{-1280, 56, 4480, 1068}}) {
+    glLoadMatrixd(CutPerspective(box, box).data());
+    glGetFloatv(GL_PROJECTION_MATRIX, cut);
+    EXPECT_EQ(std::memcmp(glu, cut, sizeof glu), 0) << box.x;
+  }
+}
+
+TEST(FpsReadout, ItIsBlendedOverTheFrameAndGivesItsGlStateBack) {
+  StillWindow()->RenderAndCapture();
+  glClearColor(1, 1, 1, 1);  // over white the readout's box shows whether it was blended
+  glClear(GL_COLOR_BUFFER_BIT);
+  const QImage picture = ReadoutPicture(QStringLiteral("30 fps  CPU 25%")).mirrored();
+  DrawOverlay({picture.width(), picture.height(), picture.constBits()}, 20, 30, MesaOverlayGl());
+  EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+  GLint depth = -1;
+  glGetIntegerv(GL_ATTRIB_STACK_DEPTH, &depth);
+  EXPECT_TRUE(depth == 0 && !glIsEnabled(GL_BLEND));
+  GLubyte box[4] = {};
+  glReadPixels(22, 30 + picture.height() / 2, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, box);
+  EXPECT_NEAR(box[0], 255 - 160, 2);  // white under black of alpha 160, left of the text
+}
+
+// One output of a span: a corner of the display window's surface the size of the output, whose
+// picture is read back at each swap.
+struct Corner : DrawTarget {
+  Corner(OpenGLSurface* surface, QSize size) : surface(surface), size(size) {}
+  bool MakeCurrent() override { return surface->MakeCurrent(); }
+  int DeviceWidth() const override { return size.width(); }
+  int DeviceHeight() const override { return size.height(); }
+  double PixelRatio() const override { return 1.0; }
+  void Swap() override {
+    picture = QImage(size, QImage::Format_RGBA8888);
+    glReadBuffer(GL_BACK);
+    glReadPixels(0, 0, size.width(), size.height(), GL_RGBA, GL_UNSIGNED_BYTE, picture.bits());
+    picture = picture.mirrored().convertToFormat(QImage::Format_RGB32);
+  }
+  OpenGLSurface* surface;
+  QSize size;
+  QImage picture;
+};
+
+// Pixels of `a` whose colour is nowhere within a pixel of their place in `b`. Another matrix may
+// round a star's centre the other way, a pixel off; a wrong cut, or a star lost at an edge, is more.
+int Unmatched(const QImage& a, const QImage& b) {
+  int unmatched = 0;
+  for (int y = 0; y < a.height(); ++y)
+    for (int x = 0; x < a.width(); ++x) {
+      bool near = false;
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx) near |= b.valid(x + dx, y + dy) && b.pixel(x + dx, y + dy) == a.pixel(x, y);
+      unmatched += !near;
+    }
+  return unmatched;
+}
+
+// Each output of a span shows its part of the picture one surface the size of their bounding box
+// shows: two outputs in a row, and two of different sizes, one lower than the other.
+TEST(GlSurface, EachOutputOfASpanShowsItsPartOfTheBoxsPicture) {
+  SurfaceWindow* w = StillWindow();
+  // A camera that stands still: every view sees the same field from the same place.
+  w->TakeOff({.Rotn = 0, .Speed = 0.0f, .StarSize = 8.0f, .StarMax = 50000});
+  w->Timer1()->stop();
+  const ViewRect box{0, 0, 320, 180};
+  Corner whole(w->Surface(), {320, 180});
+  w->SetViews({{&whole, box, box}});
+  w->Render();
+  ASSERT_GT(testing::LitPixels(whole.picture), 200);
+  for (const auto& [a, b] : {std::pair{ViewRect{0, 0, 160, 180}, ViewRect{160, 0, 160, 180}},
+                             {ViewRect{0, 0, 200, 180}, ViewRect{200, 60, 120, 100}}}) {
+    Corner one(w->Surface(), QSize(int(a.width), int(a.height))), two(w->Surface(), QSize(int(b.width), int(b.height)));
+    w->SetViews({{&one, a, box}, {&two, b, box}});
+    w->Render();
+    for (const auto& [corner, part] : {std::pair{&one, a}, {&two, b}}) {
+      const QImage expected = whole.picture.copy(int(part.x), int(part.y), int(part.width), int(part.height));
+      EXPECT_EQ(Unmatched(expected, corner->picture) + Unmatched(corner->picture, expected), 0) << part.x << "," << part.y;
+    }
+  }
+  w->SetViews({});
+}
+
+// What a covered output does: nothing wakes the process while paused, and a flight resumed
+// recycles again (a field never swept goes black within a minute and a half).
+TEST(Flight, APauseStopsBothTimersAndAResumeStartsBoth) {
+  struct Covered : DrawTarget {
+    bool MakeCurrent() override { return false; }
+    int DeviceWidth() const override { return 800; }
+    int DeviceHeight() const override { return 600; }
+    double PixelRatio() const override { return 1.0; }
+    void Swap() override {}
+  } target;
+  Flight flight;
+  flight.SetTarget(&target);
+  flight.Pause();
+  EXPECT_FALSE(flight.Paused());  // nothing to pause before take-off
+  for (const auto& [speed, stars] : {std::pair{0.1f, int64_t{50000}}, {0.0035f, int64_t{20000}}}) {
+    flight.TakeOff({.Speed = speed, .StarMax = stars});
+    const int64_t period = flight.Timer2()->Period();
+    ASSERT_EQ(period, Timer2Period(stars, speed));
+    flight.Pause();
+    EXPECT_TRUE(flight.Paused() && !flight.Timer1()->isActive());
+    EXPECT_EQ(flight.Timer2()->Period(), -1) << speed;  // stopped, even at a period of 0
+    flight.Resume();
+    EXPECT_TRUE(!flight.Paused() && flight.Timer1()->isActive());
+    EXPECT_EQ(flight.Timer2()->Period(), period) << speed;
+  }
+}
+
+// GL draws a picture bottom row first: the readout's rows come so, and its text stands upright.
+TEST(FpsReadout, ItsPictureIsTheTextWithItsBottomRowFirst) {
+  FpsReadout readout;
+  OverlayPicture picture;
+  ASSERT_TRUE(RunUntil([&] { return (picture = readout.Frame()).pixels != nullptr; }, 5000));
+  const auto upright = [](const OverlayPicture& p) {
+    return QImage(static_cast<const uchar*>(p.pixels), p.width, p.height, QImage::Format_RGBA8888_Premultiplied).mirrored();
+  };
+  EXPECT_EQ(upright(picture), ReadoutPicture(readout.Text()));
+  const OverlayPicture twice = readout.Frame(2.0);  // on an output of scale 2: twice the size, at once
+  EXPECT_EQ(upright(twice), ReadoutPicture(readout.Text(), 2.0));
+  EXPECT_NEAR(twice.height, 2 * picture.height, 2);
+  EXPECT_NEAR(twice.width, 2 * picture.width, 6);
+}
+
+}  // namespace
+}  // namespace lumox
