@@ -12,17 +12,14 @@
 #include <QScreen>
 #include <QTimer>
 #include <QWidget>
-#include <bit>
 #include <cstdint>
 #include <functional>
 
+#include "support/core_helpers.h"
 #include "support/defaults_table.h"
 
 namespace lumox {
 namespace {
-
-inline uint32_t Bits(float value) { return std::bit_cast<uint32_t>(value); }
-inline float FromBits(uint32_t bits) { return std::bit_cast<float>(bits); }
 
 // Runs a real event loop, one that waits for events as the application's does, for `ms`.
 inline void RunEventLoop(int ms) {
