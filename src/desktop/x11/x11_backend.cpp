@@ -108,6 +108,7 @@ X11Backend::~X11Backend() {
 
 bool X11Backend::Connect(std::string&) {
   root_ = X11VirtualRoot();
+  if (options_.role == DesktopRole::kSaver) top_levels_ = WatchTopLevels();
   QCoreApplication::instance()->installNativeEventFilter(this);
   screens_.Watch();
   // The pointer's place at the start is where a move is measured from.
@@ -133,6 +134,15 @@ bool X11Backend::Grab(uint32_t output) {
 bool X11Backend::nativeEventFilter(const QByteArray& type, void* message, qintptr*) {
   if (type != "xcb_generic_event_t") return false;
   const auto* event = static_cast<const xcb_generic_event_t*>(message);
+  if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY) {
+    // Under a compositing window manager no visibility event says the saver was covered.
+    const auto* map = static_cast<const xcb_map_notify_event_t*>(message);
+    if (map->event != top_levels_ || top_levels_ == 0) return false;
+    for (const auto& [output, surface] : surfaces_)
+      if (static_cast<uint32_t>(surface->winId()) == map->window) return false;
+    for (const auto& [output, surface] : surfaces_) surface->raise();
+    return false;
+  }
   if ((event->response_type & 0x7f) != XCB_VISIBILITY_NOTIFY) return false;
   const auto* visibility = static_cast<const xcb_visibility_notify_event_t*>(message);
   for (const auto& [output, surface] : surfaces_) {

@@ -24,7 +24,7 @@ class X11Backend : public QObject, public DesktopBackend, public QAbstractNative
   std::optional<ViewRect> Place(uint32_t output) const override { return screens_.Place(output); }
 
   // Visibility changes of the surfaces' windows: a covered wallpaper pauses, a covered saver
-  // goes back on top.
+  // goes back on top, as it does over any window mapped after it.
   bool nativeEventFilter(const QByteArray& type, void* message, qintptr* result) override;
 
   // The surfaces tell their coming and going.
@@ -37,7 +37,7 @@ class X11Backend : public QObject, public DesktopBackend, public QAbstractNative
   const DesktopModeOptions& options_;
   QtScreens screens_;  // the RandR monitors, as Qt has them
   std::map<uint32_t, X11Surface*> surfaces_;
-  uint32_t root_ = 0;
+  uint32_t root_ = 0, top_levels_ = 0;  // the desktop's window; the root whose maps the saver watches
 };
 
 }  // namespace lumox

@@ -70,6 +70,14 @@ void AddEvents(uint32_t window, uint32_t events) {
 
 void WatchVisibility(uint32_t window) { AddEvents(window, XCB_EVENT_MASK_VISIBILITY_CHANGE); }
 
+uint32_t WatchTopLevels() {
+  xcb_connection_t* c = Connection();
+  if (!c) return 0;
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+  AddEvents(root, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
+  return root;
+}
+
 X11WindowWatcher::X11WindowWatcher(uint32_t window, std::function<void(QSize)> resized, std::function<void()> destroyed)
     : window_(window), resized_(std::move(resized)), destroyed_(std::move(destroyed)) {
   AddEvents(window, XCB_EVENT_MASK_STRUCTURE_NOTIFY);

@@ -20,6 +20,10 @@ std::optional<QSize> X11WindowSize(uint32_t window);
 // the events it asked for already.
 void WatchVisibility(uint32_t window);
 
+// Asks for the maps of top-level windows (the root's SubstructureNotify), which a compositing
+// window manager's visibility events don't tell. Gives the root window, 0 without X11.
+uint32_t WatchTopLevels();
+
 // Passes on the resizes and the end of a window of another program's. Its StructureNotify events
 // are asked for on this program's connection, beside whatever this program asked for already.
 class X11WindowWatcher : public QAbstractNativeEventFilter {
