@@ -88,6 +88,12 @@ void Desktop::Signal(int signal) const {
   if (lumox_ > 0) kill(lumox_, signal);
 }
 
+::testing::AssertionResult Desktop::Terminate() {
+  Signal(SIGTERM);
+  if (WaitForExit(2000) && status_ == 0 && Stderr().empty()) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "status " << status_ << ", said: " << Stderr();
+}
+
 bool Desktop::Quit() {
   Keys("ctrl+q");
   return WaitForExit();
@@ -187,6 +193,32 @@ std::vector<std::string> AsTestUser(const std::string& folder) {
                  folder + " && echo ok") != "ok\n")
     throw std::runtime_error("no user lumoxtest");
   return {"setpriv", "--reuid=lumoxtest", "--regid=lumoxtest", "--init-groups"};
+}
+
+std::vector<std::string> UserSession(const std::string& home, const std::string& runtime) {
+  std::vector<std::string> words = AsTestUser(home);
+  words.insert(words.end(), {"env", "-i", "HOME=" + home, "XDG_RUNTIME_DIR=" + runtime, "PATH=/usr/bin:/bin"});
+  for (const std::string& word : SanitizerEnv()) words.push_back(word);
+  return words;
+}
+
+std::string ShellWords(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += "'" + word + "' ";
+  return text;
+}
+
+std::string StartBus(const std::string& session, pid_t& pid) {
+  std::istringstream bus(RunCommand(session + "dbus-daemon --session --fork --print-address=1 --print-pid=1"));
+  std::string address;
+  if (!(bus >> address >> pid)) throw std::runtime_error("no bus");
+  return address;
+}
+
+std::string RunIn(const std::string& session, const std::string& folder, const std::string& command) {
+  std::string quoted;  // the command in single quotes, its own single quotes kept
+  for (const char c : command) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return RunCommand("cd '" + folder + "' && " + session + "sh -c '" + quoted + " 2>/dev/null'");
 }
 
 std::string MakeTempFolder(const std::string& prefix) {

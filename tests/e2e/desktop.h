@@ -1,7 +1,6 @@
 #pragma once
-// End-to-end harness: one Desktop interface over the display servers the tests run on, Xvfb
-// with a named window manager or a headless sway, each with the real lumox as one process on it
-// with a fresh data folder, driven with real keys and looked at through screenshots.
+// One Desktop over the servers the tests run on (Xvfb with a window manager, or headless sway),
+// with the real lumox on it, driven with real keys and seen through screenshots.
 #include <sys/types.h>
 
 #include <QImage>
@@ -21,8 +20,7 @@ namespace lumox::e2e {
 // A settings file no run would write: negative rotation, CR LF line ends, a line after the five.
 inline constexpr char kOddPrefs[] = "-35\r\n0.05\r\n200\r\n2.5\r\n30000\r\nsomething after\r\n";
 
-// A top-level window as the window manager or compositor has it.
-struct WindowState {
+struct WindowState {  // a top-level window as the window manager or compositor has it
   std::string id;
   bool shown = false, minimised = false, focused = false, full_screen = false;
   QRect geometry;   // the client area on the screen
@@ -56,21 +54,18 @@ class Desktop {
   virtual std::string Shell(const std::string& command) const = 0;
   // The whole screen, or one output by name.
   virtual QImage Screenshot(const std::string& output = "") const = 0;
-  // Keys by their X names, one word each in turn: "Escape", "s", "alt", a chord "ctrl+q", and
-  // "down:Left" / "up:Left" to hold a key and let it go.
+  // Keys by their X names in turn: "Escape", "alt", a chord "ctrl+q", "down:Left" / "up:Left".
   virtual void Keys(const std::string& words) const = 0;
-  // The key put down and left there, without repeating, until Keys("up:key") lets it go.
+  // Down without repeating until Keys("up:key").
   virtual void HoldKey(const std::string& key) const { Keys("down:" + key); }
-  // The pointer moved to the point, and clicked there if asked; false where the desktop has none.
+  // The pointer moved there and clicked if asked, the wheel turned a step; false without a pointer.
   virtual bool Pointer(QPoint, bool = false) const { return false; }
-  // The wheel turned one step where the pointer is, without moving it; false where there is no pointer.
   virtual bool Wheel() const { return false; }
   // The top-level window with this exact title; the first shown one where there are several.
   virtual WindowState Window(const std::string&) const { return {}; }
   // Hands the keyboard to the window, as the user's click on it does.
   virtual void Activate(const std::string&) const {}
-  // Whether escape's window is put where the program asks, and a put-away window minimised;
-  // sway places windows itself and unmaps what is put away.
+  // Escape's window goes where asked and a put-away one is minimised (sway places and unmaps).
   virtual bool PlacesWindows() const { return false; }
   // Moves the window to the point, as the user's drag does; false where the desktop places them itself.
   virtual bool Move(const std::string&, QPoint) const { return false; }
@@ -82,35 +77,30 @@ class Desktop {
   const std::string& Kind() const { return options_.kind; }
   std::string OutputName(int index) const;
   QRect OutputArea(int index) const;
-  // Waits until the window with this title satisfies `condition`; the failure tells how it last was.
+  // The failure tells how the window last was.
   ::testing::AssertionResult WaitForWindow(const std::string& title, const std::function<bool(const WindowState&)>& condition,
                      int ms = 20000) const;
-  // Presses GO in the start window and waits for the flight: full screen on the output, focused
-  // and drawn. Gives the flight's window id, or "" (and a failure) if it did not come.
+  // GO in the start window, then the flight full screen on the output, focused and drawn: its
+  // window id, or "" and a failure.
   std::string Fly(int output = 0);
-  // The screen has more than `min` lit pixels in `area`.
   bool WaitForLit(const QRect& area, int min, int ms = 10000) const;
 
   void StartLumox(const std::vector<std::string>& args, const std::vector<std::string>& env = {});
   bool Running();
-  // Waits for lumox to end; gives false if it is still running after `ms`.
   bool WaitForExit(int ms = 5000);
-  // lumox's exit status, or 128 and the signal that ended it; -1 before it ended.
-  int ExitStatus() const { return status_; }
+  int ExitStatus() const { return status_; }  // 128 + the signal that ended it; -1 while it runs
   void Signal(int signal) const;
-  // Ctrl+Q, then WaitForExit.
-  bool Quit();
+  // SIGTERM, as at logout: lumox ends within two seconds, with status 0 and nothing said.
+  ::testing::AssertionResult Terminate();
+  bool Quit();  // Ctrl+Q
   std::string Stderr() const { return ReadFile(stderr_); }
-  // lumox's user and system CPU time so far, in clock ticks.
   long CpuTicks() const;
   std::string File(const std::string& name) const { return data_ + "/" + name; }
   std::string Prefs() const { return ReadFile(File("LumoxPrefs")); }  // "" if there is none
-  // How many times LumoxPrefs has been put in place whole (linked in new or renamed over).
-  int PrefsWrites();
+  int PrefsWrites();  // LumoxPrefs put in place whole, linked in or renamed over
 
  protected:
-  // Called by the implementations once their server runs: the data folder is filled and lumox
-  // started, from `launch` (the words before its name) and the program at `exe`.
+  // Once the server runs: the data folder filled and lumox started, `launch` before `exe`.
   void Begin(std::vector<std::string> launch, std::string exe);
   void StopLumox();
   DesktopOptions options_;
@@ -148,13 +138,14 @@ class Session : public Desktop {
   bool OpenWindow() const override;
   void KillServer() override;
 
-  // xdotool with the given arguments, e.g. Xdo("key Escape").
   std::string Xdo(const std::string& args) const { return Shell("xdotool " + args + " 2>/dev/null"); }
   QRect Geometry(const std::string& window) const { return State(window).geometry; }  // by id
   const std::string& Display() const { return display_; }
   // Another program on the display (tests/e2e/x_client.py with these arguments), once it has said
   // its first line, which goes in `line`; StopHelper ends it. -1 if it said nothing.
   pid_t XClient(const std::string& args, std::string* line = nullptr) const;
+  // Another program's override-redirect window over `area`, as a notification's: XClient's cover.
+  pid_t Cover(const QRect& area, const std::string& how) const;
 
  private:
   WindowState State(const std::string& id) const;
@@ -179,23 +170,19 @@ class SwaySession : public Desktop {
   bool OpenWindow() const override { return OpenTerminal(true); }
   void KillServer() override;
 
-  // A foot terminal running `command` on the focused output, full screen if asked; gives when
-  // sway shows it. The command runs in the folder above the data folder.
+  // A foot terminal on the focused output, once shown; `command` runs in the data folder's parent.
   bool OpenTerminal(bool full_screen, const std::string& command = "sleep 86400") const;
   size_t Terminals() const;  // how many foot windows sway shows
   // Closes this session's terminals; gives when sway shows none.
   bool CloseTerminals() const;
-  // The session's keyboard unplugged, or a new one plugged in; gives when the seat shows it.
+  // A keyboard, or wayvnc's pointer on the first output, unplugged or plugged anew, as the seat shows.
   bool PlugKeyboard(bool plugged);
-  // A pointer (wayvnc's, on the first output) plugged in or unplugged; gives when the seat shows it.
   bool PlugPointer(bool plugged);
-  // A turn of the wheel at `p` through the plugged pointer.
   bool Wheel(QPoint p) const;
   // A key (an X keysym) held down or let go on wayvnc's keyboard, which comes with its pointer:
   // unlike wtype's, one keyboard for both.
   bool HoldKey(uint32_t keysym, bool down) const;
-  // What a client of this compositor sets: "WAYLAND_DISPLAY=…" and "XDG_RUNTIME_DIR=…".
-  std::vector<std::string> ClientEnv() const;
+  std::vector<std::string> ClientEnv() const;  // WAYLAND_DISPLAY and XDG_RUNTIME_DIR
 
  private:
   bool Capable(int capability) const;  // the seat has a device of this wl_seat capability
@@ -209,9 +196,7 @@ void SleepMs(int ms);
 // ASAN_OPTIONS and UBSAN_OPTIONS as "NAME=value" words, where set: a run from an empty
 // environment keeps the sanitized build's settings.
 std::vector<std::string> SanitizerEnv();
-// Runs a shell command; gives its standard output.
 std::string RunCommand(const std::string& command);
-// Polls `done` until it holds or `ms` pass; gives whether it held.
 bool WaitFor(const std::function<bool()>& done, int ms = 10000);
 // A process (a server, a bus, a mocked service, lumox) in its own process group, with no input,
 // its output dropped and its standard error in `stderr_file` if one is named; environment
@@ -221,18 +206,23 @@ void StopHelper(pid_t pid);
 // The words that run a command as the unprivileged user lumoxtest when the tests run as root, as
 // sway and XScreenSaver refuse root; the user is made if missing and given `folder`.
 std::vector<std::string> AsTestUser(const std::string& folder);
-// A private folder in the system's temporary one, named after `prefix`.
+// A session of that user from an empty environment: AsTestUser's words, then env -i with `home`,
+// `runtime` as XDG_RUNTIME_DIR and the sanitizer's settings.
+std::vector<std::string> UserSession(const std::string& home, const std::string& runtime);
+std::string ShellWords(const std::vector<std::string>& words);  // each quoted, then a space
+// A session bus that `session` (ShellWords) starts: its address, and its process in `pid`.
+std::string StartBus(const std::string& session, pid_t& pid);
+// `command` run in `folder` after the `session` words; gives its standard output.
+std::string RunIn(const std::string& session, const std::string& folder, const std::string& command);
 std::string MakeTempFolder(const std::string& prefix);
 inline std::string MouseTo(QPoint p) { return "mousemove " + std::to_string(p.x()) + " " + std::to_string(p.y()); }
 using testing::LitPixels, testing::ColourPixels, testing::Green, testing::GreenPixels, testing::Level, testing::ReadoutGreen;
-// Pixels that differ between two images of the same size.
 int DifferentPixels(const QImage& a, const QImage& b);
 // The output (or `area` of the screen) shows a star field: lit pixels on black, and it moves.
 bool Flying(const Desktop& desktop, const std::string& output, QRect area = {});
 // Lumox's share of one core over the next `ms` of wall time; any process's, from its CPU ticks.
 double CpuShare(const Desktop& desktop, int ms);
 double CpuShare(const std::function<long()>& ticks, int ms);
-// A process's user and system CPU time so far, in clock ticks.
 long CpuTicksOf(pid_t pid);
 inline long MsSince(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();

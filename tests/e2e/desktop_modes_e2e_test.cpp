@@ -1,7 +1,5 @@
-// The wallpaper and the saver as layer surfaces where only a Wayland compositor shows them:
-// covered by windows or above them by their layer, on outputs that come, go and scale, with
-// input devices that come and go, and with the compositor gone or lacking; and one flight across
-// the outputs, on sway and on X11.
+// The layer surfaces on sway: covered or above windows, on outputs that come, go and scale, with
+// input devices that come and go, the compositor gone or lacking; and --span on sway and X11.
 #include <signal.h>
 #include <unistd.h>
 
@@ -97,7 +95,7 @@ TEST(DesktopModesE2E, WithSpanTheOutputsShowOneFieldAcrossTheirSharedEdge) {
   }
 }
 
-TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsOutputsThatComeAndGo) {
+TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereFollowsOutputsAndEndsWithTheCompositor) {
   SwaySession sway({.kind = "sway", .outputs = {{1024, 768}, {800, 600}}, .lumox_args = {"--wallpaper"}});
   ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1") && Flying(sway, "HEADLESS-2"); }, 20000));
   // A window on one output covers that flight alone; covered everywhere, it costs no CPU.
@@ -128,6 +126,11 @@ TEST(DesktopModesE2E, TheWallpaperStandsStillCoveredCostsNothingThereAndFollowsO
   EXPECT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-3"); }));
   EXPECT_TRUE(sway.Running());
   EXPECT_EQ(sway.Stderr(), "");
+  // The compositor gone: it ends in one line.
+  sway.KillServer();
+  ASSERT_TRUE(sway.WaitForExit());
+  EXPECT_EQ(sway.ExitStatus(), 1);
+  EXPECT_EQ(sway.Stderr(), "lumox: The Wayland compositor has gone away.\n");
 }
 
 // At scale 2, whether the output starts there or changes to it, the flight is drawn in device
@@ -176,17 +179,11 @@ TEST(DesktopModesE2E, TheWallpapersLayerPutsItUnderOrAboveWindowsAndInputGoesToT
   const QRect window = sway.Window("over").geometry;
   const QRect beside(0, 0, window.left() - 20, 600);  // clear of the window's border
   const QImage terminal = sway.Screenshot("HEADLESS-1").copy(window);
-  const auto stop = [&] {
-    sway.Signal(SIGTERM);
-    EXPECT_TRUE(sway.WaitForExit(2000));
-    EXPECT_EQ(sway.ExitStatus(), 0);
-    EXPECT_EQ(sway.Stderr(), "");
-  };
 
   sway.StartLumox({"--wallpaper"});
   ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1", beside); }, 20000));
   EXPECT_EQ(DifferentPixels(sway.Screenshot("HEADLESS-1").copy(window), terminal), 0);
-  stop();
+  EXPECT_TRUE(sway.Terminate());
   // A tiled window behind the floating one takes the focus; the pointer gives it back through the wallpaper.
   ASSERT_TRUE(sway.OpenTerminal(false, "--title=under sleep 86400"));
   ASSERT_TRUE(sway.WaitForWindow("under", Focused));
@@ -197,14 +194,14 @@ TEST(DesktopModesE2E, TheWallpapersLayerPutsItUnderOrAboveWindowsAndInputGoesToT
   sway.Shell("swaymsg fullscreen enable");
   ASSERT_TRUE(sway.WaitForWindow("over", [](const WindowState& w) { return w.full_screen; }));
   EXPECT_TRUE(StandsStill(sway, "HEADLESS-1"));
-  stop();
+  EXPECT_TRUE(sway.Terminate());
   sway.StartLumox({"--wallpaper", "--layer", "overlay"});
   EXPECT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }, 20000));
   // Above everything and still not the keyboard's: the line typed reaches the terminal.
   sway.Keys("l u m o x Return");
   EXPECT_TRUE(WaitFor([&] { return ReadFile(sway.File("typed")) == "lumox\n"; })) << ReadFile(sway.File("typed"));
   EXPECT_TRUE(Flying(sway, "HEADLESS-1"));
-  stop();
+  EXPECT_TRUE(sway.Terminate());
 }
 
 // A keyboard or a pointer that goes while the saver flies, and a new one: a key on the new
@@ -240,15 +237,7 @@ TEST(DesktopModesE2E, TheSaverEndsOnAKeyboardOrPointerPluggedInAnewAndOutlivesAK
   }
 }
 
-TEST(DesktopModesE2E, ACompositorThatGoesOrHasNoLayerShellEndsItWithOneLine) {
-  {
-    SwaySession sway({.kind = "sway", .outputs = {{800, 600}}, .lumox_args = {"--wallpaper"}});
-    ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }, 20000));
-    sway.KillServer();
-    ASSERT_TRUE(sway.WaitForExit());
-    EXPECT_EQ(sway.ExitStatus(), 1);
-    EXPECT_EQ(sway.Stderr(), "lumox: The Wayland compositor has gone away.\n");
-  }
+TEST(DesktopModesE2E, ACompositorWithNoLayerShellOrNoneAtThatNameEndsItWithOneLine) {
   const std::string folder = MakeTempFolder("lumox-bare");
   FILE* compositor = popen(("XDG_RUNTIME_DIR=" + folder + " exec " BARE_COMPOSITOR).c_str(), "r");
   char socket[64] = {};

@@ -24,20 +24,10 @@ GnomeShell::GnomeShell(const std::vector<QSize>& monitors) : home_(MakeTempFolde
   std::filesystem::copy(LUMOX_E2E_DIR "/gnome", extensions, std::filesystem::copy_options::recursive);
   std::filesystem::create_directory(home_ + "/run");
   std::filesystem::permissions(home_ + "/run", std::filesystem::perms::owner_all);
-  const std::vector<std::string> user = AsTestUser(home_);
-  for (const std::string& word : user) env_ += "'" + word + "' ";
-  env_ += "env -i HOME=" + home_ + " XDG_RUNTIME_DIR=" + home_ + "/run PATH=/usr/bin:/bin XDG_CURRENT_DESKTOP=GNOME ";
-  for (const std::string& word : SanitizerEnv()) env_ += "'" + word + "' ";
+  env_ = ShellWords(UserSession(home_, home_ + "/run")) + "XDG_CURRENT_DESKTOP=GNOME ";
   // The Shell won't start without logind: python-dbusmock's stands in, on a system bus of our own.
-  const auto bus = [&](const char* name) {
-    const std::string out = RunCommand(env_ + "dbus-daemon --session --fork --print-address=1 --print-pid=1");
-    const size_t line = out.find('\n');
-    if (line == std::string::npos) throw std::runtime_error(std::string("no ") + name + " bus");
-    buses_.push_back(std::stoi(out.substr(line + 1)));
-    return out.substr(0, line);
-  };
-  env_ += "DBUS_SYSTEM_BUS_ADDRESS=" + bus("system") + " ";
-  env_ += "DBUS_SESSION_BUS_ADDRESS=" + bus("session") + " ";
+  env_ += "DBUS_SYSTEM_BUS_ADDRESS=" + StartBus(env_, buses_[0]) + " ";
+  env_ += "DBUS_SESSION_BUS_ADDRESS=" + StartBus(env_, buses_[1]) + " ";
   logind_ = StartHelper({"sh", "-c", env_ + "python3 -m dbusmock --system --template logind"});
   Shell("gsettings set org.gnome.shell enabled-extensions \"['lumox-wallpaper@lumox', 'lumox-test@lumox']\"");
   std::string shell = env_ + "gnome-shell --headless --wayland --no-x11";
@@ -53,18 +43,15 @@ GnomeShell::GnomeShell(const std::vector<QSize>& monitors) : home_(MakeTempFolde
 GnomeShell::~GnomeShell() {
   StopHelper(shell_);
   StopHelper(logind_);
-  for (pid_t bus : buses_) kill(bus, SIGTERM);
+  for (pid_t bus : buses_)
+    if (bus > 0) kill(bus, SIGTERM);
   // What the session's bus started for the user (dconf, the accessibility bus) goes too.
   RunCommand("pkill -f '" + home_ + "/'; pkill -u lumoxtest dconf-service");
   std::error_code ignored;
   std::filesystem::remove_all(home_, ignored);
 }
 
-std::string GnomeShell::Shell(const std::string& command) const {
-  std::string quoted;  // the command in single quotes, its own single quotes kept
-  for (const char c : command) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return RunCommand("cd '" + home_ + "' && " + env_ + "sh -c '" + quoted + " 2>/dev/null'");
-}
+std::string GnomeShell::Shell(const std::string& command) const { return RunIn(env_, home_, command); }
 
 std::string GnomeShell::Eval(const std::string& js) const {
   // Through a file, so the script may hold quotes of any kind.

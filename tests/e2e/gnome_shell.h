@@ -8,7 +8,6 @@
 #include <QImage>
 #include <QSize>
 #include <string>
-#include <vector>
 
 #include "e2e/desktop.h"
 
@@ -31,7 +30,7 @@ class GnomeShell {
 
  private:
   std::string home_, env_;
-  std::vector<pid_t> buses_;
+  pid_t buses_[2] = {-1, -1};  // system, session
   pid_t logind_ = -1, shell_ = -1;
   bool started_ = false;
 };

@@ -39,9 +39,7 @@ SwaySession::SwaySession(const DesktopOptions& options) : Desktop(options) {
   // the request for a window on a visible workspace, it acts as GNOME and Plasma do.
   config << "xwayland disable\nfocus_on_window_activation smart\n" << options.sway_config << "\n";
   config.close();
-  env_ = AsTestUser(dir_);
-  env_.insert(env_.end(), {"env", "-i", "HOME=" + dir_, "XDG_RUNTIME_DIR=" + dir_, "PATH=/usr/bin:/bin"});
-  for (const std::string& word : SanitizerEnv()) env_.push_back(word);
+  env_ = UserSession(dir_, dir_);
   const auto with = [this](std::initializer_list<std::string> words) {
     std::vector<std::string> argv = env_;
     argv.insert(argv.end(), words);
@@ -60,7 +58,7 @@ SwaySession::SwaySession(const DesktopOptions& options) : Desktop(options) {
   });
   if (socket.empty() || ipc.empty()) throw std::runtime_error("sway did not start");
   env_.insert(env_.end(), {"WAYLAND_DISPLAY=" + socket, "SWAYSOCK=" + dir_ + "/" + ipc});
-  for (const std::string& word : env_) user_env_ += "'" + word + "' ";
+  user_env_ = ShellWords(env_);
   if (!PlugKeyboard(true)) throw std::runtime_error("no keyboard in the seat");
   if (options.sway_pointer && !PlugPointer(true)) throw std::runtime_error("no pointer in the seat");
   Begin(env_, dir_ + "/lumox");
@@ -74,11 +72,9 @@ SwaySession::~SwaySession() {
   StopHelper(sway_);
 }
 
-std::string SwaySession::Shell(const std::string& command) const {
-  // From the session's folder: the test's own may be one the user can't enter, and foot won't
-  // start where it can't stand.
-  return RunCommand("cd '" + dir_ + "' && " + user_env_ + "sh -c '" + command + " 2>/dev/null'");
-}
+// From the session's folder: the test's own may be one the user can't enter, and foot won't start
+// where it can't stand.
+std::string SwaySession::Shell(const std::string& command) const { return RunIn(user_env_, dir_, command); }
 
 QImage SwaySession::Screenshot(const std::string& output) const {
   Shell("grim " + (output.empty() ? "" : "-o " + output + " ") + dir_ + "/shot.png");

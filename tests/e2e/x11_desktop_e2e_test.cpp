@@ -1,5 +1,5 @@
-// The desktop modes on X11 among other programs: windows that cover the wallpaper or come up over
-// the saver, and a grab another program holds. Times are printed as measured.
+// The desktop modes on X11 among other programs: windows that cover the wallpaper, and a grab
+// another program holds. Times are printed as measured.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -12,22 +12,16 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Another program's override-redirect window over `area` in `rgb` ("rrggbb"), as a notification's.
-pid_t Cover(const Session& session, const QRect& area, const char* rgb) {
-  return session.XClient("cover " + std::to_string(area.x()) + " " + std::to_string(area.y()) + " " +
-                         std::to_string(area.width()) + " " + std::to_string(area.height()) + " " + rgb);
-}
-
 TEST(X11DesktopE2E, TheWallpaperCoveredEverywhereCostsNothingAndFliesAgainOnceUncovered) {
   Session session({.outputs = {{1024, 768}, {800, 600}}, .start_lumox = false});
   const QRect one = session.OutputArea(0), two = session.OutputArea(1);
   // A window there before the wallpaper starts stays above it: that output's flight alone waits.
-  const pid_t first = Cover(session, one, "000000");
+  const pid_t first = session.Cover(one, "000000");
   ASSERT_GT(first, 0);
   session.StartLumox({"--wallpaper"});
   ASSERT_TRUE(WaitFor([&] { return Flying(session, "", two); }, 20000));
   EXPECT_FALSE(Flying(session, "", one));
-  const pid_t second = Cover(session, two, "000000");
+  const pid_t second = session.Cover(two, "000000");
   ASSERT_GT(second, 0);
   const double share = CpuShare(session, 10000);
   std::printf("CPU with every output covered: %.2f%% of a core\n", share * 100.0);
@@ -50,24 +44,6 @@ TEST(X11DesktopE2E, TheWallpaperCoveredEverywhereCostsNothingAndFliesAgainOnceUn
   const long ms = MsSince(uncovered);
   std::printf("Flying again %ld ms after the windows went\n", ms);
   EXPECT_LT(ms, 1000);
-}
-
-TEST(X11DesktopE2E, AWindowMappedOverTheSaverIsCoveredAgainWithinASecond) {
-  Session session({.outputs = {{1024, 768}, {800, 600}}, .lumox_args = {"--saver"}});
-  ASSERT_TRUE(WaitFor([&] { return Flying(session, "OUT-1") && Flying(session, "OUT-2"); }, 20000));
-  // Across the two outputs, so that both surfaces have to come back on top.
-  const QRect area(900, 100, 300, 200);
-  const QRgb magenta = qRgb(0xFF, 0x00, 0xFF);
-  const pid_t cover = Cover(session, area, "ff00ff");
-  ASSERT_GT(cover, 0);
-  const auto mapped = Clock::now();
-  EXPECT_TRUE(WaitFor([&] { return ColourPixels(session.Screenshot().copy(area), magenta, 0) == 0; }, 5000));
-  const long ms = MsSince(mapped);
-  std::printf("The saver back on top %ld ms after the window came\n", ms);
-  EXPECT_LT(ms, 1000);
-  EXPECT_TRUE(Flying(session, "", area));
-  EXPECT_TRUE(session.Running());
-  StopHelper(cover);
 }
 
 TEST(X11DesktopE2E, TheSaverGivesUpInOneLineWhenAnotherProgramHoldsTheGrab) {

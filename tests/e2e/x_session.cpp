@@ -132,9 +132,13 @@ bool Session::Move(const std::string& title, QPoint to) const {
 }
 
 bool Session::OpenWindow() const {
-  const QRect a = OutputArea(0);
-  XClient("cover 0 0 " + std::to_string(a.width()) + " " + std::to_string(a.height()) + " 000000");
+  Cover(OutputArea(0), "000000");
   return WaitFor([&] { return LitPixels(Screenshot()) == 0 && !Xdo("search --name '^x_client$'").empty(); });
+}
+
+pid_t Session::Cover(const QRect& a, const std::string& how) const {
+  return XClient("cover " + std::to_string(a.x()) + " " + std::to_string(a.y()) + " " + std::to_string(a.width()) + " " +
+                 std::to_string(a.height()) + " " + how);
 }
 
 pid_t Session::XClient(const std::string& args, std::string* line) const {
