@@ -164,7 +164,7 @@ class SwaySession : public Desktop {
   void Keys(const std::string& words) const override;
   // Through wayvnc's pointer on the first output, while one is plugged in.
   bool Pointer(QPoint p, bool click = false) const override;
-  bool Wheel() const override { return Wheel(QPoint(100, 100)); }
+  bool Wheel() const override { return Vnc("wheel", {100, 100}); }
   WindowState Window(const std::string& title) const override;
   void Activate(const std::string& title) const override;
   bool OpenWindow() const override { return OpenTerminal(true); }
@@ -178,11 +178,9 @@ class SwaySession : public Desktop {
   // A keyboard, or wayvnc's pointer on the first output, unplugged or plugged anew, as the seat shows.
   bool PlugKeyboard(bool plugged);
   bool PlugPointer(bool plugged);
-  bool Wheel(QPoint p) const;
   // A key (an X keysym) held down or let go on wayvnc's keyboard, which comes with its pointer:
   // unlike wtype's, one keyboard for both.
   bool HoldKey(uint32_t keysym, bool down) const;
-  std::vector<std::string> ClientEnv() const;  // WAYLAND_DISPLAY and XDG_RUNTIME_DIR
 
  private:
   bool Capable(int capability) const;  // the seat has a device of this wl_seat capability

@@ -6,7 +6,6 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 
 #include "flight/display_keys.h"
 #include "e2e/desktop.h"
@@ -37,20 +36,15 @@ bool Escaped(const Desktop& d, int output, const WindowState& w) {
 // and unmaps the window.
 bool PutAway(const Desktop& d, const WindowState& w) { return !w.shown && (w.minimised || !d.PlacesWindows()); }
 
-std::string StartupWMClass() {
-  std::ifstream entry(LUMOX_DESKTOP_FILE);
-  for (std::string line; std::getline(entry, line);)
-    if (line.starts_with("StartupWMClass=")) return line.substr(15);
-  return "";
-}
-
 // A first run: the start window, GO, the settings window over the full-screen flight, escape to
 // the window, keys with the pointer away, and the values the keys set in the file at quit.
 TEST_P(Scenario, FirstRunTheSettingsWindowOverTheFlightKeysAndQuit) {
   const auto d = Open({.outputs = {{1280, 800}}});
   ASSERT_TRUE(d->WaitForWindow("Untitled", Shown));
   // What ties the windows to the desktop entry: its StartupWMClass on X11, its name on Wayland.
-  EXPECT_EQ(d->Window("Untitled").app, d->Kind() == "sway" ? std::filesystem::path(LUMOX_DESKTOP_FILE).stem().string() : StartupWMClass());
+  const std::string wm_class = RunCommand("sed -n 's/^StartupWMClass=//p' " LUMOX_DESKTOP_FILE);
+  const std::string app_id = std::filesystem::path(LUMOX_DESKTOP_FILE).stem().string() + "\n";
+  EXPECT_EQ(d->Window("Untitled").app + "\n", d->Kind() == "sway" ? app_id : wm_class);
   ASSERT_FALSE(d->Fly().empty());
   EXPECT_TRUE(d->Window("Lumox").full_screen);
   EXPECT_FALSE(d->Window("Untitled").shown);

@@ -164,20 +164,12 @@ bool SwaySession::Vnc(const std::string& action, QPoint p) const {
 }
 
 bool SwaySession::Pointer(QPoint p, bool click) const { return Vnc(click ? "click" : "move", p); }
-bool SwaySession::Wheel(QPoint p) const { return Vnc("wheel", p); }
 bool SwaySession::HoldKey(uint32_t keysym, bool down) const { return Vnc(down ? "down" : "up", QPoint(int(keysym), 0)); }
 
 bool SwaySession::CloseTerminals() const {
   // Through this sway: a pkill would reach the terminals of other sessions of the same user.
   Shell("swaymsg \"[app_id=foot] kill\" >/dev/null");
   return WaitFor([&] { return Terminals() == 0; });
-}
-
-std::vector<std::string> SwaySession::ClientEnv() const {
-  std::vector<std::string> env;
-  for (const std::string& word : env_)
-    if (word.starts_with("WAYLAND_DISPLAY=") || word.starts_with("XDG_RUNTIME_DIR=")) env.push_back(word);
-  return env;
 }
 
 }  // namespace lumox::e2e
