@@ -1,17 +1,11 @@
 #!/usr/bin/python3
-"""Another program on the X display, for the end-to-end tests; each holds on until it is killed.
-
-  x_client.py probe                maps a window and waits until the window manager lists it as managed,
-                                   then takes it away: the manager really takes windows. Exits 1 if not.
-  x_client.py grab                 takes the keyboard and the pointer, as a locker or a menu does,
-                                   and prints "grabbed" once it holds both.
-  x_client.py cover X Y W H RRGGBB [child]
-                                   maps an override-redirect window there in that colour, as a
-                                   notification or a saver's window is, prints its id in decimal once
-                                   mapped, and ends when it is destroyed. With `child`, a white child
-                                   covers it, as a toolkit's window has one.
-  x_client.py press KEYSYM         puts the key down and leaves it there (xdotool lets its keys go
-                                   when it ends), with the repeat off; prints "down".
+"""Another program on the X display for the end-to-end tests, each holding on until killed:
+  probe                 a window, once the window manager lists it as managed (exit 1 if never)
+  grab                  the keyboard and the pointer, as a locker or a menu; says "grabbed"
+  cover X Y W H RRGGBB [child]
+                        an override-redirect window there, as a notification's, with a white
+                        child if asked; says its id once mapped, ends when it is destroyed
+  press KEYSYM          the key down with the repeat off (xdotool lets its keys go); says "down"
 """
 import sys
 import time
