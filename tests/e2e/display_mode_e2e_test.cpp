@@ -20,7 +20,6 @@ std::string Hold(const Session& session, const QRect& area, bool child = false) 
   return id;
 }
 
-// The signal ends lumox, with status 0.
 bool EndsOn(Session& session, int signal) {
   session.Signal(signal);
   return session.WaitForExit(1000) && session.ExitStatus() == 0;
@@ -73,8 +72,7 @@ TEST(DisplayModeE2E, TheFlightFillsTheHostWindowOnlyFollowsItsSizeAndEndsWithIt)
   }
   EXPECT_EQ(session.PrefsWrites(), 0);  // the mode writes no settings
 
-  // Without a settings file the defaults were those of the 400-wide window (6000 stars of size
-  // 0.4), not those of the 1280-wide screen (19200 of size 1.28), which light three times as much.
+  // With no file the defaults were the 400-wide window's, not the 1280-wide screen's, lit three times as much.
   const std::string host = Hold(session, kHost);
   session.StartLumox({"--window-id", host, "--stars", "19200", "--star-size", "1.28"});
   ASSERT_TRUE(session.WaitForLit(kHost, 200, 30000));
@@ -121,7 +119,6 @@ TEST(DisplayModeE2E, TheRootFlightFollowsAFileThatComesLaterSighupAndTheScreenAs
   session.Signal(SIGHUP);
   EXPECT_TRUE(Flying(session, "", screen));
   EXPECT_TRUE(session.Running());
-  // The screen shrinks, as when a monitor is swapped for a smaller one.
   session.Shell("xrandr --fb 1024x768 >/dev/null 2>&1");
   EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-root") == "1024x768\n"; })) << ChildSize(session, "-root");
   EXPECT_TRUE(EndsOn(session, SIGINT));

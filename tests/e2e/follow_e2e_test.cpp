@@ -62,7 +62,6 @@ TEST_P(FollowE2E, TheWallpaperFollowsTheFileReplacedOrWrittenAndKeepsFlyingOnABr
   EXPECT_TRUE(flying());
   EXPECT_TRUE(desktop->Running());
 
-  // SIGTERM still ends it, and the file was never written.
   desktop->Signal(SIGTERM);
   ASSERT_TRUE(desktop->WaitForExit() && desktop->ExitStatus() == 0) << desktop->ExitStatus();
   EXPECT_EQ(desktop->Prefs(), kLargeStars);

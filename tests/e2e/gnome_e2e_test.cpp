@@ -92,7 +92,6 @@ TEST(GnomeE2E, TheExtensionFliesUnderEveryWindowOnEachMonitorOutOfTheListsAndEnd
   EXPECT_EQ(shell.Log().find("JS ERROR"), std::string::npos) << shell.Log();
 }
 
-// A Lumox that ends on its own is started again, a few times a minute, then no more, in one line.
 TEST(GnomeE2E, ALumoxThatEndsIsStartedAgainAFewTimesAMinute) {
   GnomeShell shell({{800, 600}});
   ASSERT_TRUE(shell.Started()) << shell.Log();

@@ -19,10 +19,8 @@ class MockBus {
     if (mock.empty()) return;
     mock.insert(mock.begin(), {"env", Env(), "/usr/bin/python3", "-m", "dbusmock", "-l", dir_ + "/calls.log"});
     pids_[1] = StartHelper(As(mock));
-    WaitFor([&] {
-      return Send("org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus.NameHasOwner string:" + name).find("true") !=
-             std::string::npos;
-    });
+    const std::string has_owner = "org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus.NameHasOwner string:";
+    WaitFor([&] { return Send(has_owner + name).find("true") != std::string::npos; });
   }
   ~MockBus() {
     for (pid_t pid : pids_) StopHelper(pid);
