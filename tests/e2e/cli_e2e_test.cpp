@@ -55,6 +55,7 @@ TEST(CliE2E, AnswersOnTheTerminalOpenNoWindowAndADisplayThatDoesNotAnswerIsNamed
       {none, "", 1, "", "No graphical display: neither DISPLAY nor WAYLAND_DISPLAY is set."},
       {none, "--saver", 1, "", "Neither WAYLAND_DISPLAY nor DISPLAY is set, and '--wallpaper' and '--saver' need a "
                                "Wayland compositor with the layer shell or an X display."},
+      {no_x + w, "-root", 1, "", "DISPLAY is not set, and '--root' and '--window-id' draw into X11 windows."},
   };
   for (const std::string& env : {no_x + no_w, no_w + x, no_x + w, no_w + live_x})
     runs.push_back({env, "--speed nan", 2, "", "'--speed' needs a number, not 'nan'."});
