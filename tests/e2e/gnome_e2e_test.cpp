@@ -13,7 +13,6 @@ constexpr char kLumoxWindows[] = R"(
   global.get_window_actors().map(a => a.meta_window).filter(w => w.get_wm_class() === 'lumox-wallpaper')
     .map(w => w.get_frame_rect()).sort((a, b) => a.x - b.x).map(r => [r.x, r.y, r.width, r.height].join(' ')).join(', '))";
 
-// The part of the screen a monitor shows, in the Shell's pixels.
 QRect Monitor(const GnomeShell& shell, int index) {
   std::istringstream in(shell.Eval("const r = global.display.get_monitor_geometry(" + std::to_string(index) +
                                    "); [r.x, r.y, r.width, r.height].join(' ')"));
@@ -22,7 +21,6 @@ QRect Monitor(const GnomeShell& shell, int index) {
   return QRect(x, y, w, h);
 }
 
-// Stars move in `area`: lit pixels on black, not the same from one screenshot to the next.
 bool FliesIn(const GnomeShell& shell, const QRect& area) {
   return WaitFor([&] {
     const QImage a = shell.Screenshot().copy(area), b = shell.Screenshot().copy(area);
