@@ -1,8 +1,6 @@
 // The settings file where the world is unkind: odd things at its name, odd text, a failed save.
 #include <sys/stat.h>
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -29,8 +27,7 @@ std::string OwnLines(const std::string& text) {
   return own;
 }
 
-// Every case on one X server: lumox flies, quits cleanly on Ctrl+Q, and leaves no temporary file.
-// Under umask 027 a new file is 0640 and a kept mode shows as itself.
+// Each case flies, quits cleanly and leaves no temporary file; under umask 027 a new file is 0640.
 TEST(FilesE2E, HostilePathsAndTextsNeitherStopTheFlightNorLoseTheFile) {
   using fs::file_type, fs::perms;
   // What is put at LumoxPrefs (../odd holds kOddPrefs; the fourth leaves a cut-off save), then its

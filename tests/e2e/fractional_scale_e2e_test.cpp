@@ -1,9 +1,6 @@
 // The wallpaper at a fractional scale, where the compositor offers one: a headless KWin.
 #include <signal.h>
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
 #include <filesystem>
 #include <regex>
 #include <sstream>
@@ -15,8 +12,7 @@
 namespace lumox::e2e {
 namespace {
 
-// KWin as the unprivileged user with a session bus of its own for its screenshots: one output,
-// the options' first size in logical pixels, at `scale`. For layer surfaces: no keys or windows.
+// KWin as the test user, one output of the first size at `scale`, with a session bus for its screenshots.
 class KWinSession : public Desktop {
  public:
   KWinSession(const DesktopOptions& options, double scale) : Desktop(options) {
@@ -70,10 +66,8 @@ class KWinSession : public Desktop {
   std::string user_env_;
 };
 
-// An output of 1920 by 1080 at scale 1.5 gets a buffer of its own 1920 by 1080 pixels shown through
-// a viewport at the surface's 1280 by 720, not one of 2560 by 1440 at buffer scale 2 that KWin
-// shrinks; with stars sized in device pixels it carries the light it has at scale 1. The buffers
-// are read from libwayland's own protocol trace (WAYLAND_DEBUG).
+// Not a buffer at scale 2 that KWin shrinks: one of the output's own pixels through a viewport, carrying
+// the light it has at scale 1. The buffers are read from libwayland's protocol trace.
 TEST(FractionalScaleE2E, AtOneAndAHalfTheWallpaperDrawsTheOutputsOwnPixels) {
   const DesktopOptions options{.kind = "kwin", .outputs = {{1280, 720}},
                                .lumox_args = {"--wallpaper", "--star-size", "4"}, .env = {"WAYLAND_DEBUG=1"}};
@@ -86,13 +80,11 @@ TEST(FractionalScaleE2E, AtOneAndAHalfTheWallpaperDrawsTheOutputsOwnPixels) {
     light[scale > 1.0] = MeanLevel(kwin, "");
     trace = kwin.Stderr();  // the last at 1.5
   }
-  std::printf("Mean intensity: %.3f at scale 1, %.3f at scale 1.5\n", light[0], light[1]);
   EXPECT_GT(light[1], light[0] * 0.75);
   EXPECT_LT(light[1], light[0] * 1.25);
   std::string last;  // the buffer it draws on now
   const std::regex made(R"(create_buffer\(new id wl_buffer@\d+, \d+, (\d+), (\d+),)");
   for (std::sregex_iterator m(trace.begin(), trace.end(), made), end; m != end; ++m) last = m->str(1) + "x" + m->str(2);
-  std::printf("Buffer at scale 1.5: %s\n", last.c_str());
   EXPECT_EQ(last, "1920x1080");
   EXPECT_TRUE(std::regex_search(trace, std::regex(R"(wp_viewport@\d+\.set_destination\(1280, 720\))")));
   EXPECT_EQ(trace.find("set_buffer_scale"), std::string::npos);

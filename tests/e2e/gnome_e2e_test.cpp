@@ -1,11 +1,6 @@
 // Lumox as GNOME Shell's wallpaper, through its extension, on a real Shell.
 #include <signal.h>
 
-#include <gtest/gtest.h>
-
-#include <unistd.h>
-
-#include <chrono>
 #include <sstream>
 
 #include "e2e/gnome_shell.h"
@@ -13,14 +8,11 @@
 namespace lumox::e2e {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 // Lumox's windows as "x y width height" each, in the order of the monitors they are on.
 constexpr char kLumoxWindows[] = R"(
   global.get_window_actors().map(a => a.meta_window).filter(w => w.get_wm_class() === 'lumox-wallpaper')
     .map(w => w.get_frame_rect()).sort((a, b) => a.x - b.x).map(r => [r.x, r.y, r.width, r.height].join(' ')).join(', '))";
 
-// The part of the screen a monitor shows, in the Shell's pixels.
 QRect Monitor(const GnomeShell& shell, int index) {
   std::istringstream in(shell.Eval("const r = global.display.get_monitor_geometry(" + std::to_string(index) +
                                    "); [r.x, r.y, r.width, r.height].join(' ')"));
@@ -29,7 +21,6 @@ QRect Monitor(const GnomeShell& shell, int index) {
   return QRect(x, y, w, h);
 }
 
-// Stars move in `area`: lit pixels on black, not the same from one screenshot to the next.
 bool FliesIn(const GnomeShell& shell, const QRect& area) {
   return WaitFor([&] {
     const QImage a = shell.Screenshot().copy(area), b = shell.Screenshot().copy(area);
@@ -73,34 +64,32 @@ TEST(GnomeE2E, TheExtensionFliesUnderEveryWindowOnEachMonitorOutOfTheListsAndEnd
   EXPECT_EQ(shell.Eval("global.get_window_actors().map(a => a.meta_window).filter(w => !w.is_skip_taskbar()).length"), "0");
 
   const pid_t lumox_pid = shell.Lumox();
-  std::printf("CPU with both monitors flying: %.1f%% of a core\n",
-              CpuShare([&] { return CpuTicksOf(lumox_pid); }, 5000) * 100.0);
+  const auto ticks = [&] { return CpuTicksOf(lumox_pid); };
+  std::printf("CPU with both monitors flying: %.1f%% of a core\n", CpuShare(ticks, 5000) * 100.0);
   // A window over it shows above it; covering every monitor stops the flights.
   ASSERT_TRUE(Cover(shell, 0, one));
   EXPECT_TRUE(FliesIn(shell, two.adjusted(0, two.height() / 4, 0, 0)));
   ASSERT_TRUE(Cover(shell, 1, two));
-  const double covered = CpuShare([&] { return CpuTicksOf(lumox_pid); }, 10000);
-  std::printf("CPU with every monitor covered: %.2f%% of a core\n", covered * 100.0);
-  EXPECT_LT(covered, 0.02) << shell.Eval("global.get_window_actors().map(a => a.meta_window).map(w => w.get_wm_class() + "
-                                          "' ' + w.get_monitor() + ' ' + w.get_maximized()).join(', ')");
+  EXPECT_LT(CpuShare(ticks, 10000), 0.02)
+      << shell.Eval("global.get_window_actors().map(a => a.meta_window).map(w => w.get_wm_class() + ' ' + "
+                    "w.get_monitor() + ' ' + w.get_maximized()).join(', ')");
   // Closed through this Shell: a pkill would reach the terminals of other sessions of the same user.
   shell.Eval("global.get_window_actors().map(a => a.meta_window).filter(w => w.get_wm_class() === 'foot')"
              ".forEach(w => w.delete(global.get_current_time())); 1");
-  const auto uncovered = Clock::now();
+  const auto uncovered = std::chrono::steady_clock::now();
   EXPECT_TRUE(FliesIn(shell, two.adjusted(0, two.height() / 4, 0, 0)));
   std::printf("Flying again %ld ms after the windows went\n", MsSince(uncovered));
 
   // Turned off, Lumox ends at once and the Shell's own background shows.
   const pid_t lumox = shell.Lumox();
   shell.Shell("gnome-extensions disable lumox-wallpaper@lumox");
-  const auto disabled = Clock::now();
+  const auto disabled = std::chrono::steady_clock::now();
   EXPECT_TRUE(WaitFor([&] { return kill(lumox, 0) != 0; }, 1000)) << "still running";
   std::printf("Lumox ended %ld ms after the extension was disabled\n", MsSince(disabled));
   EXPECT_EQ(shell.Eval(kLumoxWindows), "");
   EXPECT_EQ(shell.Log().find("JS ERROR"), std::string::npos) << shell.Log();
 }
 
-// A Lumox that ends on its own is started again, a few times a minute, then no more, in one line.
 TEST(GnomeE2E, ALumoxThatEndsIsStartedAgainAFewTimesAMinute) {
   GnomeShell shell({{800, 600}});
   ASSERT_TRUE(shell.Started()) << shell.Log();

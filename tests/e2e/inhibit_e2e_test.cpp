@@ -1,6 +1,4 @@
 // The desktop's D-Bus services, dbusmock's on private buses: the idle inhibit and UPower's battery.
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
 
@@ -9,8 +7,7 @@
 namespace lumox::e2e {
 namespace {
 
-// A bus of its own in a private folder, as the session bus or as the system bus, holding dbusmock
-// with `mock` (its arguments) once it owns `name`, or nobody when `mock` is empty.
+// A private session or system bus, with dbusmock running `mock` once it owns `name`; none if `mock` is empty.
 class MockBus {
  public:
   // `as_test_user`: the bus and the mock are the unprivileged user's, for a lumox run as that user.
@@ -22,10 +19,8 @@ class MockBus {
     if (mock.empty()) return;
     mock.insert(mock.begin(), {"env", Env(), "/usr/bin/python3", "-m", "dbusmock", "-l", dir_ + "/calls.log"});
     pids_[1] = StartHelper(As(mock));
-    WaitFor([&] {
-      return Send("org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus.NameHasOwner string:" + name).find("true") !=
-             std::string::npos;
-    });
+    const std::string has_owner = "org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus.NameHasOwner string:";
+    WaitFor([&] { return Send(has_owner + name).find("true") != std::string::npos; });
   }
   ~MockBus() {
     for (pid_t pid : pids_) StopHelper(pid);
@@ -63,9 +58,8 @@ class MockBus {
   pid_t pids_[2] = {-1, -1};
 };
 
-// Each case flies, minimises the flight and restores it, from full screen and after escape, and
-// quits. The mock's cookie is 1000 + its call count; the portal's logs each request it closes.
-// With nothing to ask (no bus to reach, or nobody on it) the flight is as ever, and quiet.
+// The mock's cookie is 1000 + its call count; the portal's logs each request it closes. With
+// nothing to ask (no bus to reach, or nobody on it) the flight is as ever, and quiet.
 TEST(InhibitE2E, TheScreenSaverServiceElseThePortalIsHeldWhileTheFlightIsShown) {
   const std::string reason = "\"Star-field flight on screen\"", inhibit = "Inhibit \"Lumox\" " + reason;
   const std::string portal = "Inhibit \"\" 8 {\"reason\": " + reason + "}",  // 8: idle
@@ -108,8 +102,6 @@ TEST(InhibitE2E, TheScreenSaverServiceElseThePortalIsHeldWhileTheFlightIsShown) 
   }
 }
 
-// --pause-on-battery on two outputs: still on battery, flying on the mains; then, on a system bus
-// without UPower, one line and the flight as ever.
 TEST(BatteryE2E, OnBatteryEveryOutputStandsStillOnMainsTheyFlyAndWithoutUPowerItSaysSo) {
   for (const std::string kind : {"openbox", "sway"}) {
     SCOPED_TRACE(kind);
@@ -122,9 +114,7 @@ TEST(BatteryE2E, OnBatteryEveryOutputStandsStillOnMainsTheyFlyAndWithoutUPowerIt
     const auto starry = [&](const QImage& shot) { return LitPixels(shot) > 100 && LitPixels(shot) < shot.width() * shot.height() / 20; };
     ASSERT_TRUE(WaitFor([&] { return starry(d->Screenshot(one)) && starry(d->Screenshot(two)); }, 20000)) << d->Stderr();
     const QImage before = d->Screenshot();
-    const double share = CpuShare(*d, 6000);
-    std::printf("CPU on battery on %s: %.2f%% of a core\n", kind.c_str(), share * 100.0);
-    EXPECT_LT(share, 0.02);
+    EXPECT_LT(CpuShare(*d, 6000), 0.02);
     EXPECT_EQ(DifferentPixels(before, d->Screenshot()), 0);
     const std::string set = "org.freedesktop.UPower /org/freedesktop/UPower org.freedesktop.DBus.Properties.Set "
                             "string:org.freedesktop.UPower string:OnBattery variant:boolean:";

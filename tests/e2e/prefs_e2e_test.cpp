@@ -1,6 +1,4 @@
 // The settings window driven with real keys and clicks on a private X server.
-#include <gtest/gtest.h>
-
 #include "e2e/desktop.h"
 #include "support/defaults_table.h"
 

@@ -1,8 +1,7 @@
 '''org.freedesktop.ScreenSaver: Inhibit hands out a new cookie each time, UnInhibit takes one back.'''
 
-BUS_NAME = 'org.freedesktop.ScreenSaver'
+BUS_NAME = MAIN_IFACE = 'org.freedesktop.ScreenSaver'
 MAIN_OBJ = '/org/freedesktop/ScreenSaver'
-MAIN_IFACE = 'org.freedesktop.ScreenSaver'
 SYSTEM_BUS = False
 
 

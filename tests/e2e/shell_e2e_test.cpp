@@ -1,6 +1,4 @@
 // The start window as drawn, its Quit button, the icons, the about window, and the flight at scale 2.
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <sstream>
 
@@ -85,9 +83,8 @@ TEST(ShellE2E, StartWindowComesFirstQuitLeavesTheEmptyDataFolderAndTheAboutWindo
   EXPECT_TRUE(lumox.Quit());  // the defaults it writes are the test below's
 }
 
-// At scale 2 a star covers four times the device pixels, so the flight looks as at scale 1 on the
-// same logical size, readout or not; the defaults come from the logical width. Stars of 4 pixels,
-// as llvmpipe draws a smooth point of any size up to 2 as one of size 2.
+// Stars of 4 pixels, as llvmpipe draws any smooth point up to size 2 as one of 2; the defaults come
+// from the logical width.
 TEST(ShellE2E, AtScaleTwoTheFlightLooksAsAtScaleOne) {
   const auto fly = [](int width, const char* prefs, std::vector<std::string> env, std::vector<std::string> args) {
     Session lumox({.outputs = {{width, width * 5 / 8}}, .prefs = prefs, .lumox_args = std::move(args), .env = std::move(env)});

@@ -44,8 +44,7 @@ validators)
   share=$tmp/root/usr/share
   out=$(desktop-file-validate "$share/applications/$id.desktop" 2>&1) || fail "desktop-file-validate: $out"
   [ -z "$out" ] || fail "desktop-file-validate has remarks: $out"
-  # --strict fails on infos as well as warnings; validate-tree also finds the desktop entry the
-  # metainfo launches.
+  # --strict fails on infos too; validate-tree also finds the desktop entry the metainfo launches.
   appstreamcli validate-tree --no-net --strict "$tmp/root" || fail "appstreamcli validate-tree"
   appstreamcli validate --no-net --strict "$share/metainfo/$id.metainfo.xml" || fail "appstreamcli validate"
   # What the validators don't cross-check: the entry's icon and command exist in the install.
@@ -71,18 +70,16 @@ validators)
   done <<<"$options"
   grep -q "Lumox $version" "$tmp/man.txt" || fail "the man page isn't of version $version"
   xmllint --noout "$share/xscreensaver/config/lumox.xml" || fail "the screensaver's settings are not well-formed XML"
-  # systemd's own check of the user unit, run against the program installed here (it wants the
-  # command to be there) and the man page it names.
+  # systemd's check of the unit wants its command and man page there: those installed here.
   unit=$tmp/root/usr/lib/systemd/user/lumox-wallpaper.service
   mkdir -p "$tmp/units" "$tmp/run"
   sed "s|^ExecStart=[^ ]*|ExecStart=$tmp/root/usr/bin/lumox|" "$unit" >"$tmp/units/lumox-wallpaper.service"
   out=$(XDG_RUNTIME_DIR=$tmp/run MANPATH=$share/man systemd-analyze verify --user "$tmp/units/lumox-wallpaper.service" 2>&1) ||
     fail "systemd-analyze verify: $out"
   [ -z "$out" ] || fail "systemd-analyze verify has remarks: $out"
-  for key in PartOf After WantedBy; do
-    grep -qx "$key=graphical-session.target" "$unit" || fail "the unit has no $key=graphical-session.target"
+  for line in {PartOf,After,WantedBy}=graphical-session.target Restart=on-failure; do
+    grep -qx "$line" "$unit" || fail "the unit has no $line"
   done
-  grep -qx "Restart=on-failure" "$unit" || fail "the unit is not restarted on failure"
   echo "desktop-file-validate, appstreamcli validate and the man page: no remarks"
   ;;
 
