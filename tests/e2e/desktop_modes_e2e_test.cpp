@@ -239,9 +239,7 @@ TEST(DesktopModesE2E, ACompositorWithNoLayerShellOrNoneAtThatNameEndsItWithOneLi
   ASSERT_TRUE(compositor && fgets(socket, sizeof socket, compositor));
   socket[strcspn(socket, "\n")] = '\0';
   const auto run = [&](const std::string& wayland) {
-    std::string sanitizer;
-    for (const std::string& word : SanitizerEnv()) sanitizer += "'" + word + "' ";
-    return RunCommand("env -i " + sanitizer + "XDG_RUNTIME_DIR=" + folder + " WAYLAND_DISPLAY=" + wayland +
+    return RunCommand("env -i " + ShellWords(SanitizerEnv()) + "XDG_RUNTIME_DIR=" + folder + " WAYLAND_DISPLAY=" + wayland +
                       " " LUMOX_EXE " --wallpaper 2>&1; echo $?");
   };
   EXPECT_EQ(run(socket),

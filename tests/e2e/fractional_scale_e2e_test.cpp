@@ -1,6 +1,7 @@
 // The wallpaper at a fractional scale, where the compositor offers one: a headless KWin.
 #include <signal.h>
 
+#include <cstdio>
 #include <filesystem>
 #include <regex>
 #include <sstream>
@@ -20,15 +21,9 @@ class KWinSession : public Desktop {
     // Qt platform, and loses its file capability, which exec refuses in a container.
     for (const std::filesystem::path file : {LUMOX_EXE, "/usr/bin/kwin_wayland", LUMOX_E2E_DIR "/kwin_shot.py"})
       std::filesystem::copy_file(file, dir_ / file.filename());
-    std::vector<std::string> env = AsTestUser(dir_);
-    env.insert(env.end(), {"env", "-i", "HOME=" + dir_, "XDG_RUNTIME_DIR=" + dir_, "PATH=/usr/bin:/bin"});
-    for (const std::string& word : SanitizerEnv()) env.push_back(word);
-    for (const std::string& word : env) user_env_ += "'" + word + "' ";
-    std::istringstream bus(RunCommand(user_env_ + "dbus-daemon --session --fork --print-address=1 --print-pid=1"));
-    std::string address;
-    if (!(bus >> address >> bus_)) throw std::runtime_error("no session bus");
-    env.push_back("DBUS_SESSION_BUS_ADDRESS=" + address);
-    user_env_ += "'" + env.back() + "' ";
+    std::vector<std::string> env = UserSession(dir_, dir_);
+    env.push_back("DBUS_SESSION_BUS_ADDRESS=" + StartBus(ShellWords(env), bus_));
+    user_env_ = ShellWords(env);
     std::vector<std::string> argv = env;
     const QSize size = options.outputs[0];
     argv.insert(argv.end(), {"KWIN_SCREENSHOT_NO_PERMISSION_CHECKS=1", dir_ + "/kwin_wayland", "--virtual", "--socket",
@@ -47,7 +42,7 @@ class KWinSession : public Desktop {
     if (bus_ > 0) kill(bus_, SIGTERM);
   }
   std::string Shell(const std::string& command) const override {
-    return RunCommand("cd '" + dir_ + "' && " + user_env_ + "sh -c '" + command + " 2>/dev/null'");
+    return RunIn(user_env_, dir_, command);
   }
   // The output in its own pixels, whatever the name.
   QImage Screenshot(const std::string& = "") const override {
@@ -80,6 +75,7 @@ TEST(FractionalScaleE2E, AtOneAndAHalfTheWallpaperDrawsTheOutputsOwnPixels) {
     light[scale > 1.0] = MeanLevel(kwin, "");
     trace = kwin.Stderr();  // the last at 1.5
   }
+  std::printf("Mean intensity: %.3f at scale 1, %.3f at scale 1.5\n", light[0], light[1]);
   EXPECT_GT(light[1], light[0] * 0.75);
   EXPECT_LT(light[1], light[0] * 1.25);
   std::string last;  // the buffer it draws on now

@@ -20,10 +20,8 @@ struct Saver {
     // lumox on the daemon's PATH, as installed; a copy, as the daemon's user may not reach the build.
     std::filesystem::create_directory(home + "/bin");
     std::filesystem::copy_file(LUMOX_EXE, home + "/bin/lumox");
-    std::vector<std::string> argv = AsTestUser(home);
-    argv.insert(argv.end(), {"env", "-i", "HOME=" + home, "DISPLAY=" + x.Display(), "PATH=" + home + "/bin:/usr/bin:/bin"});
-    for (const std::string& word : SanitizerEnv()) argv.push_back(word);
-    argv.insert(argv.end(), {"xscreensaver", "-no-splash"});
+    std::vector<std::string> argv = UserSession(home, home);
+    argv.insert(argv.end(), {"DISPLAY=" + x.Display(), "PATH=" + home + "/bin:/usr/bin:/bin", "xscreensaver", "-no-splash"});
     pid = StartHelper(argv);
   }
   ~Saver() {
