@@ -202,9 +202,10 @@ TEST_P(Scenario, TheSaverCoversEveryOutputAboveAWindowAndEndsOnAKeyOrThePointer)
       const QRect across(900, 100, 300, 200);
       const pid_t cover = x->Cover(across, "ff00ff");
       const auto mapped = std::chrono::steady_clock::now();
-      EXPECT_TRUE(WaitFor([&] { return ColourPixels(d->Screenshot().copy(across), qRgb(255, 0, 255), 0) == 0; }, 5000));
-      std::printf("The saver back on top %ld ms after the window came\n", MsSince(mapped));
-      EXPECT_LT(MsSince(mapped), 1000);
+      long ms = 0;  // to the screenshot's start: a busy machine's screenshot takes a while
+      EXPECT_TRUE(WaitFor([&] { return (ms = MsSince(mapped), ColourPixels(d->Screenshot().copy(across), qRgb(255, 0, 255), 0) == 0); }, 5000));
+      std::printf("The saver back on top %ld ms after the window came\n", ms);
+      EXPECT_LT(ms, 1000);
       EXPECT_TRUE(Flying(*d, "", across));
       StopHelper(cover);
     }

@@ -30,10 +30,13 @@ TEST(X11DesktopE2E, TheWallpaperCoveredEverywhereCostsNothingAndFliesAgainOnceUn
   StopHelper(first);
   StopHelper(second);
   const auto uncovered = Clock::now();
-  // Two pictures in a row with stars on both outputs, and different: both fly.
+  // Two pictures in a row with stars on both outputs, and different: both fly, at the latest when
+  // the second was asked for. A busy machine's screenshot takes a while: its time is not counted.
   QImage last;
+  long ms = 0;
   const auto lit = [](const QImage& shot, const QRect& area) { return LitPixels(shot.copy(area)) > 100; };
   ASSERT_TRUE(WaitFor([&] {
+    ms = MsSince(uncovered);
     const QImage shot = session.Screenshot();
     const bool moving = !last.isNull() && lit(last, one) && lit(last, two) && lit(shot, one) && lit(shot, two) &&
                         DifferentPixels(last.copy(one), shot.copy(one)) > 50 &&
@@ -41,7 +44,6 @@ TEST(X11DesktopE2E, TheWallpaperCoveredEverywhereCostsNothingAndFliesAgainOnceUn
     last = shot;
     return moving;
   }));
-  const long ms = MsSince(uncovered);
   std::printf("Flying again %ld ms after the windows went\n", ms);
   EXPECT_LT(ms, 1000);
 }
