@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -152,6 +153,9 @@ class Session : public Desktop {
   pid_t xvfb_ = -1, wm_ = -1;
   std::string display_;
 };
+
+// An Xvfb of its own, with `option` if any: the server and its display, ":" if it did not start.
+std::pair<pid_t, std::string> StartXvfb(QSize size, const std::string& option = "");
 
 // A headless sway as an unprivileged user (sway refuses root), with one virtual keyboard for the
 // session; lumox runs there from an empty environment, so it can only be a Wayland client.

@@ -6,26 +6,17 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <tuple>
 
 #include "e2e/desktop.h"
 
 namespace lumox::e2e {
 
 Session::Session(const DesktopOptions& options) : Desktop(options) {
-  int fds[2];
-  if (pipe(fds) != 0) throw std::runtime_error("pipe");
   QRect screen;
   for (int i = 0; i < int(options.outputs.size()); ++i) screen |= OutputArea(i);
-  std::vector<std::string> xvfb = {"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0",
-                                   std::to_string(screen.width()) + "x" + std::to_string(screen.height()) + "x24",
-                                   "-nolisten", "tcp"};
   // Monitors are set before any client stays connected: the server must not reset when xrandr leaves.
-  if (options.outputs.size() > 1) xvfb.push_back("-noreset");
-  xvfb_ = StartHelper(xvfb, fds[1]);
-  close(fds[1]);
-  display_ = ":";
-  for (char c; read(fds[0], &c, 1) == 1 && c != '\n';) display_ += c;
-  close(fds[0]);
+  std::tie(xvfb_, display_) = StartXvfb(screen.size(), options.outputs.size() > 1 ? "-noreset" : "");
   if (display_ == ":") throw std::runtime_error("Xvfb did not start");
   // Before the window manager, which reads the monitors as it starts. The first takes the
   // screen's one output, which makes it the primary; sizes in millimetres are for 96 dpi.
@@ -47,6 +38,20 @@ Session::Session(const DesktopOptions& options) : Desktop(options) {
   std::filesystem::create_directory(dir_ + "/runtime");
   std::filesystem::permissions(dir_ + "/runtime", std::filesystem::perms::owner_all);
   Begin({"env", "-u", "WAYLAND_DISPLAY", "DISPLAY=" + display_, "XDG_RUNTIME_DIR=" + dir_ + "/runtime"}, LUMOX_EXE);
+}
+
+std::pair<pid_t, std::string> StartXvfb(QSize size, const std::string& option) {
+  int fds[2];
+  if (pipe(fds) != 0) return {-1, ":"};
+  std::vector<std::string> argv = {"Xvfb", "-displayfd", std::to_string(fds[1]), "-screen", "0",
+                                   std::to_string(size.width()) + "x" + std::to_string(size.height()) + "x24", "-nolisten", "tcp"};
+  if (!option.empty()) argv.push_back(option);
+  const pid_t pid = StartHelper(argv, fds[1]);
+  close(fds[1]);
+  std::string display = ":";
+  for (char c; read(fds[0], &c, 1) == 1 && c != '\n';) display += c;
+  close(fds[0]);
+  return {pid, display};
 }
 
 Session::~Session() {
