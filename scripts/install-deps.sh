@@ -12,6 +12,8 @@ packages=(
   libwayland-dev libegl-dev wayland-protocols libwayland-bin
   # The desktops the end-to-end tests run on: X11 window managers and a headless Wayland compositor.
   xfwm4 metacity i3-wm icewm sway wtype grim foot xprintidle
+  # Weston, headless: a compositor without the layer shell.
+  weston
   # KWin, headless, for a fractional scale; its screenshots come over D-Bus, to python3-dbus.
   kwin-wayland python3-dbus
   # A pointer for the headless sway: wayvnc adds one while it runs, driven over RFB by python3.
