@@ -6,7 +6,7 @@ packages=(
   qt6-base-dev libqt6opengl6-dev qt6-qpa-plugins
   libgl-dev libglu1-mesa-dev libgl1-mesa-dri
   libgtest-dev libgmock-dev libbenchmark-dev
-  xvfb xauth openbox xdotool x11-utils x11-xserver-utils fonts-dejavu-core
+  xvfb xauth openbox xdotool x11-utils x11-xserver-utils fonts-dejavu-core scrot
   qt6-wayland libxcb1-dev libxcb-randr0-dev
   # The layer-shell host: plain Wayland client, EGL and the protocol descriptions.
   libwayland-dev libegl-dev wayland-protocols libwayland-bin

@@ -108,7 +108,7 @@ TEST(CliE2E, AServerThatResetsOrEndsWhenItsLastClientLeavesEndsEveryRunInOrder) 
     int status = -1;
     EXPECT_TRUE(WaitFor([&] {
       if (waitpid(wallpaper, &status, WNOHANG) == wallpaper) return true;
-      RunCommand(env(display) + LUMOX_GRAB " " + shot + " 2>/dev/null");
+      RunCommand(env(display) + "scrot -o " + shot + " 2>/dev/null");
       return LitPixels(QImage(QString::fromStdString(shot))) > 100;
     }, 30000) && status == -1) << n << " ended with " << status << ": " << ReadFile(err);
     if (status == -1 && kill(wallpaper, SIGTERM) == 0) waitpid(wallpaper, &status, 0);

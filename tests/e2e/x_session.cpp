@@ -64,7 +64,7 @@ std::string Session::Shell(const std::string& command) const { return RunCommand
 
 QImage Session::Screenshot(const std::string& output) const {
   const std::string path = dir_ + "/shot.png";
-  Shell(std::string(LUMOX_GRAB) + " " + path + " 2>/dev/null");
+  Shell("scrot -o " + path + " 2>/dev/null");
   QImage image(QString::fromStdString(path));
   std::filesystem::remove(path);
   for (int i = 0; i < int(options_.outputs.size()); ++i)
