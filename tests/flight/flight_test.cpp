@@ -87,8 +87,7 @@ struct GlCall {
 };
 GlCall Call(std::string_view name, double a = 0, double b = 0, double c = 0, double d = 0) { return {name, {a, b, c, d}}; }
 
-// A GL table that records each call into storage reserved up front, so recording a frame
-// allocates nothing. Calls go to the recorder made last.
+// Records each GL call into storage reserved up front, so recording allocates nothing; the last one made records.
 struct GlRecorder {
   GlRecorder() {
     calls.reserve(2 * kStarUpperBound + 14);  // the largest frame

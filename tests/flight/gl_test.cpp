@@ -78,8 +78,7 @@ TEST(FpsReadout, ItIsBlendedOverTheFrameAndGivesItsGlStateBack) {
   EXPECT_NEAR(box[0], 255 - 160, 2);  // white under black of alpha 160, left of the text
 }
 
-// One output of a span: a corner of the display window's surface, read back at each swap; with no
-// surface, an output that is covered.
+// One output of a span: a corner of the window's surface, read back at each swap; with no surface, a covered one.
 struct Corner : DrawTarget {
   Corner(OpenGLSurface* surface, QSize size) : surface(surface), size(size) {}
   bool MakeCurrent() override { return surface && surface->MakeCurrent(); }

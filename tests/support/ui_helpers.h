@@ -20,8 +20,7 @@
 namespace lumox {
 namespace {
 
-// Runs a real event loop, one that waits for events as the application's does, until `done` holds or `ms`
-// pass; gives whether it held.
+// Runs a real event loop, waiting for events as the application's does, until `done` holds or `ms` pass.
 inline bool RunUntil(const std::function<bool()>& done, int ms = 60000) {
   QEventLoop loop;
   QElapsedTimer clock;
