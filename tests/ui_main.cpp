@@ -1,5 +1,4 @@
-// The widget and GL tests' program: one real QApplication on the test display, the settings folder in a
-// temporary directory, and each test started as a fresh run would be.
+// One real QApplication on the test display, the data folder temporary, each test started as a fresh run.
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -14,11 +13,8 @@
 namespace lumox {
 namespace {
 
-class FreshRun : public ::testing::EmptyTestEventListener {
- public:
+struct FreshRun : ::testing::EmptyTestEventListener {
   explicit FreshRun(QString data) : data_(std::move(data)) {}
-
- private:
   void OnTestEnd(const ::testing::TestInfo&) override {
     delete wAbout::Existing();
     delete wStartup::Existing();

@@ -1,5 +1,4 @@
-// The desktop modes' core: outputs, the pointer's wake, flights, holds and the saver's grab; the display
-// each use takes, and a surface's buffer at its scale.
+// The desktop modes' core (outputs, wake, flights, holds, the grab), the display each use takes, buffer scales.
 #include <gtest/gtest.h>
 
 #include <tuple>

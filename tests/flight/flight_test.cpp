@@ -1,5 +1,4 @@
-// The frame as GL calls and a flight of days through Mesa's matrix, with nothing allocated per frame;
-// the readout's meter, the process's CPU time and the display's keys.
+// The frame as GL calls and a flight of days through Mesa's matrix; the readout's meter, CPU time and keys.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,7 +19,6 @@
 #include "flight/gl_api.h"
 #include "flight/process_cpu.h"
 #include "support/core_helpers.h"
-#include "support/gl_matrix.h"
 
 // The per-frame and per-tick paths must not allocate: operator new counts while they run.
 namespace {
@@ -39,7 +37,48 @@ void operator delete(void* p, std::size_t) noexcept { std::free(p); }
 namespace lumox {
 namespace {
 
-using namespace testing;  // Mesa's matrix
+// A GL table that keeps the modelview matrix as Mesa does, in single precision and in Mesa's order of
+// operations for a step along z and a turn about z, and drops every other call: days of frames in seconds.
+struct MesaMatrix {
+  float m[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};  // column by column
+  bool modelview = false;
+  float Scale(int column) const { return std::hypot(m[4 * column], m[4 * column + 1]); }
+};
+MesaMatrix g_mesa_matrix;
+
+const GlApi& MesaMatrixApi() {
+  static const GlApi api{
+      [](unsigned mode) { g_mesa_matrix.modelview = mode == gl::kModelview; },
+      [] {
+        if (g_mesa_matrix.modelview) g_mesa_matrix = MesaMatrix{.modelview = true};
+      },
+      [](double, double, double, double) {}, [](float, float, float, float) {}, [](unsigned) {}, [](float) {},
+      [](unsigned) {},
+      [](float, float, float z) {
+        float* m = g_mesa_matrix.m;
+        for (int i = 12; i < 16; ++i) m[i] = m[i - 12] * 0.0f + m[i - 8] * 0.0f + m[i - 4] * z + m[i];
+      },
+      [](float angle, float, float, float) {
+        const float s = std::sin(static_cast<float>(angle * M_PI / 180.0));
+        const float c = std::cos(static_cast<float>(angle * M_PI / 180.0));
+        float* m = g_mesa_matrix.m;
+        for (int i = 0; i < 2; ++i) {
+          const float a0 = m[i], a1 = m[4 + i];
+          m[i] = a0 * c + a1 * s;
+          m[4 + i] = a0 * -s + a1 * c;
+        }
+      },
+      [](unsigned) {}, [](double, double, double) {}, [](float, float, float) {}, [] {},
+      [](float m[16]) { std::copy(g_mesa_matrix.m, g_mesa_matrix.m + 16, m); },
+      [](float x, float y, float) {
+        for (int i = 0; i < 4; ++i) g_mesa_matrix.m[i] *= x, g_mesa_matrix.m[4 + i] *= y;
+      },
+      [](const double*) {},
+      [](const float m[16]) {
+        if (g_mesa_matrix.modelview) std::copy(m, m + 16, g_mesa_matrix.m);
+      }};
+  return api;
+}
 
 struct GlCall {
   std::string_view name;
@@ -48,8 +87,7 @@ struct GlCall {
 };
 GlCall Call(std::string_view name, double a = 0, double b = 0, double c = 0, double d = 0) { return {name, {a, b, c, d}}; }
 
-// A GL table that records each call into storage reserved up front, so recording a frame
-// allocates nothing. Calls go to the recorder made last.
+// Records each GL call into storage reserved up front, so recording allocates nothing; the last one made records.
 struct GlRecorder {
   GlRecorder() {
     calls.reserve(2 * kStarUpperBound + 14);  // the largest frame
@@ -163,8 +201,7 @@ TEST(Frame, TheRebaseAfterTheFirstHourMovesNoStar) {
   }
 }
 
-// Thirty days of frames (Rotn 100 turns Mesa's matrix down to a tenth of its scale in that time):
-// the camera still steps by its Speed, the matrix still shadows it and the picture keeps its scale.
+// Rotn 100 would turn Mesa's matrix down to a tenth of its scale in thirty days.
 TEST(Frame, AFlightOfThirtyDaysKeepsItsStepAndItsScale) {
   struct { double Number() { return 0.5; } } half;
   StarField field{.StarMax = 4, .Rotn = 100};
@@ -193,8 +230,7 @@ TEST(Frame, AFlightOfThirtyDaysKeepsItsStepAndItsScale) {
   EXPECT_LT(turn, 1.01 * 0.1 * M_PI / 180.0);  // nor turns it by more than one frame's Rotn step
 }
 
-// The readout is laid over the finished frame in state of its own, saved and given back; with no
-// reading yet the frame is all there is. Points are sized in device pixels: StarSize times the ratio.
+// The readout's GL state is saved and given back; with no reading yet the frame is all there is.
 TEST(Frame, TheReadoutFollowsTheFrameAndPointsAreSizedInDevicePixels) {
   const auto calls = [](double ratio, OverlayPicture readout) {
     StarField field{.StarMax = 3, .StarSize = 1.44f};
@@ -242,8 +278,7 @@ TEST(Frame, EachOutputOfASpanDrawsItsCutOfTheBoxsPerspective) {
   lower[9] = -0.0546875;
   EXPECT_EQ(bits(CutPerspective(b, box)), bits(lower));
 
-  // The output that moves the camera loads its cut for the perspective; another draws the same
-  // stars through the camera it is given, at its own scale, and moves nothing.
+  // The output that moves the camera loads its cut; another draws through the camera given, moving nothing.
   StarField field{.StarMax = 2, .Speed = 0.25f, .StarSize = 2.0f};
   TwoStars(field);
   GlRecorder recorder;

@@ -1,5 +1,4 @@
-// The GL surface: a star flown towards, a span's parts of one picture, the readout blended over the
-// frame and its picture; and a flight's pause and resume.
+// The GL surface: a star flown towards, a span's parts, the readout and its picture; a pause and resume.
 #include <GL/gl.h>
 #include <GL/glu.h>
 
@@ -49,8 +48,7 @@ TEST(GlSurface, AStarComesIntoViewAndMovesOutwardAsTheCameraFlies) {
   EXPECT_TRUE(distance[3] > distance[2] && distance[5] > distance[4]);
 }
 
-// An output as wide and high as all the outputs of a span shows the picture of a flight of its own:
-// the whole's cut is gluPerspective's own matrix, wherever the box stands.
+// An output as large as a span's box shows a flight of its own, wherever the box stands.
 TEST(GlSurface, TheCutOfTheWholeIsGluPerspectivesMatrix) {
   StillWindow()->RenderAndCapture();  // leaves the surface's context current
   float glu[16], cut[16];
@@ -80,11 +78,10 @@ TEST(FpsReadout, ItIsBlendedOverTheFrameAndGivesItsGlStateBack) {
   EXPECT_NEAR(box[0], 255 - 160, 2);  // white under black of alpha 160, left of the text
 }
 
-// One output of a span: a corner of the display window's surface the size of the output, whose
-// picture is read back at each swap.
+// One output of a span: a corner of the window's surface, read back at each swap; with no surface, a covered one.
 struct Corner : DrawTarget {
   Corner(OpenGLSurface* surface, QSize size) : surface(surface), size(size) {}
-  bool MakeCurrent() override { return surface->MakeCurrent(); }
+  bool MakeCurrent() override { return surface && surface->MakeCurrent(); }
   int DeviceWidth() const override { return size.width(); }
   int DeviceHeight() const override { return size.height(); }
   double PixelRatio() const override { return 1.0; }
@@ -113,8 +110,7 @@ int Unmatched(const QImage& a, const QImage& b) {
   return unmatched;
 }
 
-// Each output of a span shows its part of the picture one surface the size of their bounding box
-// shows: two outputs in a row, and two of different sizes, one lower than the other.
+// Two outputs in a row, and two of different sizes, one lower than the other.
 TEST(GlSurface, EachOutputOfASpanShowsItsPartOfTheBoxsPicture) {
   SurfaceWindow* w = StillWindow();
   // A camera that stands still: every view sees the same field from the same place.
@@ -138,16 +134,9 @@ TEST(GlSurface, EachOutputOfASpanShowsItsPartOfTheBoxsPicture) {
   w->SetViews({});
 }
 
-// What a covered output does: nothing wakes the process while paused, and a flight resumed
-// recycles again (a field never swept goes black within a minute and a half).
+// Nothing wakes a paused process; a resumed one recycles again (unswept, a field goes black in 90 s).
 TEST(Flight, APauseStopsBothTimersAndAResumeStartsBoth) {
-  struct Covered : DrawTarget {
-    bool MakeCurrent() override { return false; }
-    int DeviceWidth() const override { return 800; }
-    int DeviceHeight() const override { return 600; }
-    double PixelRatio() const override { return 1.0; }
-    void Swap() override {}
-  } target;
+  Corner target(nullptr, {800, 600});
   Flight flight;
   flight.SetTarget(&target);
   flight.Pause();

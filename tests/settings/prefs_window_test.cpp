@@ -1,5 +1,4 @@
-// The settings window: its layout, sliders, buttons and keys; the settings file's store: where it
-// goes, a long first line, and saves cut off or failing.
+// The settings window: layout, sliders, buttons, keys; the file's store: where, a long line, failed saves.
 #include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
@@ -127,8 +126,7 @@ TEST(PrefsWindow, LoadingTheSlidersWritesNoField) {
             std::tuple(0x3C816F00u, 0x3FB33333u, 3000, -7, 100, 7));
   EXPECT_EQ(Sliders(w), (std::array{157, 100, 50, 2000, 13}));  // truncated, held to each slider's range
 
-  // Becoming the active window loads what changed meanwhile. A key whose release went to the
-  // display while it was in front no longer counts as down here.
+  // Becoming active loads what changed meanwhile; a key released while the display was in front is up.
   QKeyEvent left(QEvent::KeyPress, Qt::Key_Left, Qt::NoModifier);
   QCoreApplication::sendEvent(w, &left);
   EXPECT_EQ(d->Rotn, 2980);
@@ -175,7 +173,7 @@ TEST(PrefsWindow, ArrowsSteerWithTheSlidersFollowingAndEscapeOnlyMinimises) {
     Press(w, Qt::Key_Escape);
     EXPECT_TRUE(w->isMinimized() && w->isVisible() && wPrefs::Existing() == w);
     EXPECT_EQ(w->geometry(), QRect(20, 50, 400, 400));
-    RunEventLoop(300);
+    RunUntil([] { return false; }, 300);
     EXPECT_TRUE(d->isFullScreen() && !d->escaped);
     Press(d, Qt::Key_S, QStringLiteral("s"));  // the display's `s` brings this same window back
     EXPECT_TRUE(wPrefs::Existing() == w && !w->isMinimized());

@@ -1,5 +1,4 @@
-// The settings window's keys, the settings file's format and folder, a flight following the file,
-// and the options that win over it.
+// The settings window's keys, the file's format and folder, a flight following it, the options over it.
 #include <gtest/gtest.h>
 #include <locale.h>
 
@@ -41,8 +40,7 @@ TEST(PrefsKeys, OnlyEscapeAndArrowsActAndEachSliderFollowsItsStep) {
   }
   EXPECT_EQ(Bits(speed), 0x3C271DE7u);  // ~0.0102
 
-  // Escape comes first and the arrows still act. From 0.1 down to ~0.0975 at 50000 stars: the
-  // period 19 (19.5) and the slider 975, where the old speed would give 20 and 1000.
+  // Escape comes first and the arrows still act. ~0.0975 at 50000 stars: 19 (19.5) and 975, not 20 and 1000.
   r = PrefsKeyDown(Keys({kKeyDown, kKeyEscape, kKeyRight}), 35, FromBits(kCeilingBits), 50000);
   EXPECT_EQ(r.Rotn, 55);
   EXPECT_EQ(r.effects, (PrefsEffects{{PrefsKind::MinimizeAndResize}, {PrefsKind::SetSlider4, 55},
@@ -54,8 +52,7 @@ constexpr int64_t kMax64 = std::numeric_limits<int64_t>::max(), kMin64 = std::nu
 
 auto SettingsBits(const Settings& s) { return std::tuple(s.Rotn, Bits(s.Speed), s.ColourSpread, Bits(s.StarSize), s.StarMax); }
 
-// Files from editors on other systems: every line end, a byte-order mark, text read in pieces
-// cut anywhere (a CR LF or the mark itself may be split between two reads).
+// Files from editors on other systems, read in pieces cut anywhere (even inside a CR LF or the mark).
 TEST(PrefsFormatFile, AnyLineEndAndAByteOrderMarkReadAlikeInPiecesOfAnySize) {
   const Lines six = {"-35", "0.05", "200", "2.5", "30000", "after"};
   const std::string bom = "\xEF\xBB\xBF";
@@ -99,8 +96,7 @@ TEST(PrefsFormatRead, TruncatesSaturatesAndTakesZeroForGarbageOrMissingLines) {
 }
 
 TEST(PrefsFormat, StrGivesTheShortestTextThatReadsBack) {
-  // The shortest text of this single, 7.038531e-26, read as a double lands on the midpoint
-  // above it and rounds up to 0x15AE43FE; the eight-digit text reads back to 0x15AE43FD.
+  // The shortest text, 7.038531e-26, lands as a double on the midpoint above this single and rounds up.
   EXPECT_EQ(Str(std::bit_cast<float>(0x15AE43FDu)), "7.0385307e-26");
   std::vector<float> singles = {0.0f, -0.0f, FLT_MAX, -FLT_MAX, FLT_MIN, FLT_TRUE_MIN, -FLT_TRUE_MIN};
   for (int v = 2; v <= 1000; ++v) singles.push_back(static_cast<float>(v) / 10000.0f);
@@ -121,19 +117,14 @@ TEST(PrefsFormat, StrGivesTheShortestTextThatReadsBack) {
 
 // Prefixes that aren't numbers; overflow and underflow are left to the comparison with strtod.
 TEST(PrefsFormat, ValTakesTheLeadingNumberOrZero) {
-  const std::pair<std::string, uint64_t> cases[] = {
+  const std::pair<std::string, double> cases[] = {
       {"abc", 0}, {"-.", 0}, {"- 5", 0}, {"\n5", 0}, {"e5", 0}, {"0x1A", 0}, {"+-1", 0}, {"nan", 0}, {"-inf", 0},
-      {"+.5e1,7", 0x4014000000000000},      // 5
-      {"12e", 0x4028000000000000},          // 12
-      {"1e+", 0x3FF0000000000000},          // 1
-      {"1e-x", 0x3FF0000000000000},         // 1
-      {" \t-3.25xyz", 0xC00A000000000000},  // -3.25
+      {"+.5e1,7", 5}, {"12e", 12}, {"1e+", 1}, {"1e-x", 1}, {" \t-3.25xyz", -3.25},
       {"0e" + std::string(3000, '9'), 0},  // zero times a huge exponent: never an overflow
   };
-  for (const auto& [text, bits] : cases) EXPECT_EQ(Bits(Val(text)), bits) << '"' << text.substr(0, 40) << '"';
+  for (const auto& [text, value] : cases) EXPECT_EQ(Bits(Val(text)), Bits(value)) << '"' << text.substr(0, 40) << '"';
 
-  // Well-formed numbers from a fixed seed read as glibc's strtod reads them in the "C" locale,
-  // an independent, correctly rounded reader of the same grammar, up to its infinities.
+  // Well-formed numbers from a fixed seed read as glibc's correctly rounded strtod does, up to its infinities.
   const locale_t c_locale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
   std::mt19937_64 rng(0x5EED0002);
   const auto digits = [&](size_t most) {

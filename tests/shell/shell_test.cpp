@@ -115,8 +115,7 @@ TEST(Placement, AFrameIsMovedOntoTheAreaAsLittleAsPossibleAndKeepsItsStartWhenTo
   EXPECT_EQ(FitSpan(700, 322, 640, 640), 700);  // a second screen's area, offset
 }
 
-// Each script: events fed to the plan, each with the request it must give back ("-" for none).
-// Events: show, hide, grant, gone (refused: no service), fail (refused otherwise).
+// Each event with the request it must give back ("-" for none); "gone" is refused for no service, "fail" otherwise.
 void Play(const char* title, const std::vector<std::pair<std::string, std::string>>& script) {
   InhibitPlan plan;
   for (size_t i = 0; i < script.size(); ++i) {

@@ -48,8 +48,7 @@ TEST(StarField, DefaultsByScreenWidthAndTimer2Period) {
 TEST(StarField, GenerationFollowsTheFormulasBitForBit) {
   StarField field{.StarMax = 3};
   field.Star[4].x = 9.0f;  // beyond StarMax: made anew and left at zero
-  // Star 1 at the far plane; star 2 beyond it, green held by its own cap; star 3 with red and blue
-  // both under green's cap, so green takes the larger, blue.
+  // Star 1 at the far plane; star 2 beyond it, green at its own cap; star 3's green takes the larger of red and blue.
   ScriptedNumbers n{{0.5, 0.25, 0.3, 0.5, 0.5, 0.2, 0.9,  //
                      0.1, 0.9, 0.75, 1.0, 0.9, 0.8, 0.0,  //
                      0.0, 0.0, 0.1, 0.0, 0.0, 0.5, 1.0}};

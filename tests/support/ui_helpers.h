@@ -1,6 +1,5 @@
 #pragma once
-// What the widget and GL tests share: waiting in a real event loop, key presses, the pointer, the
-// settings file, the bits of a single and the screen's defaults.
+// What the widget and GL tests share: a real event loop, keys, the pointer, the settings file, the defaults.
 #include <gtest/gtest.h>
 
 #include <QCursor>
@@ -21,14 +20,7 @@
 namespace lumox {
 namespace {
 
-// Runs a real event loop, one that waits for events as the application's does, for `ms`.
-inline void RunEventLoop(int ms) {
-  QEventLoop loop;
-  QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-  loop.exec();
-}
-
-// The same, until `done` holds or `ms` pass; gives whether it held.
+// Runs a real event loop, waiting for events as the application's does, until `done` holds or `ms` pass.
 inline bool RunUntil(const std::function<bool()>& done, int ms = 60000) {
   QEventLoop loop;
   QElapsedTimer clock;
