@@ -168,7 +168,7 @@ class SwaySession : public Desktop {
   void Keys(const std::string& words) const override;
   // Through wayvnc's pointer on the first output, while one is plugged in.
   bool Pointer(QPoint p, bool click = false) const override;
-  bool Wheel() const override { return Vnc("wheel", {100, 100}); }
+  bool Wheel() const override { return Vnc("wheel", pointer_); }  // where the pointer is: RFB has no wheel alone
   WindowState Window(const std::string& title) const override;
   void Activate(const std::string& title) const override;
   bool OpenWindow() const override { return OpenTerminal(true); }
@@ -190,6 +190,7 @@ class SwaySession : public Desktop {
   bool Capable(int capability) const;  // the seat has a device of this wl_seat capability
   bool Vnc(const std::string& action, QPoint p) const;
   pid_t sway_ = -1, keyboard_ = -1, vnc_ = -1;
+  mutable QPoint pointer_;
   std::string user_env_;
   std::vector<std::string> env_;
 };

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 #include "flight/display_keys.h"
 #include "e2e/desktop.h"
@@ -190,7 +191,8 @@ TEST_P(Scenario, TheSaverCoversEveryOutputAboveAWindowAndEndsOnAKeyOrThePointer)
   const auto d = Open({.outputs = {{1024, 768}, {800, 600}}, .start_lumox = false, .sway_pointer = true});
   ASSERT_TRUE(d->OpenWindow());
   ASSERT_TRUE(d->Pointer({100, 100}));
-  const QImage desktop = d->Screenshot(d->OutputName(0));
+  QImage desktop;  // once the window has settled: two shots alike
+  ASSERT_TRUE(WaitFor([&] { return DifferentPixels(std::exchange(desktop, d->Screenshot(d->OutputName(0))), desktop) == 0; }));
   const auto flying = [&] { return Flying(*d, d->OutputName(0)) && Flying(*d, d->OutputName(1)); };
   for (const std::string wake : {"key", "motion", "click", "wheel"}) {
     // Held as the saver starts, as a key of the command that started it; a modifier types nothing.

@@ -163,7 +163,10 @@ bool SwaySession::Vnc(const std::string& action, QPoint p) const {
                     std::to_string(p.x()) + " " + std::to_string(p.y()) + " 2>/dev/null && echo ok") == "ok\n";
 }
 
-bool SwaySession::Pointer(QPoint p, bool click) const { return Vnc(click ? "click" : "move", p); }
+bool SwaySession::Pointer(QPoint p, bool click) const {
+  pointer_ = p;
+  return Vnc(click ? "click" : "move", p);
+}
 bool SwaySession::HoldKey(uint32_t keysym, bool down) const { return Vnc(down ? "down" : "up", QPoint(int(keysym), 0)); }
 
 bool SwaySession::CloseTerminals() const {
