@@ -260,6 +260,9 @@ TEST(Frame, EachOutputOfASpanDrawsItsCutOfTheBoxsPerspective) {
   const ViewRect box = BoundingBox({a, b, {-500, -500, 0, 0}});
   EXPECT_EQ(box, (ViewRect{0, 0, 3200, 1080}));
   EXPECT_EQ(BoundingBox({b, {-1280, 100, 1280, 1024}}), (ViewRect{-1280, 56, 4480, 1068}));
+  // Grown only on the edges inside the box, where the next output takes over.
+  EXPECT_EQ(GrownInside(a, box, 3), (ViewRect{0, 0, 1923, 1080}));
+  EXPECT_EQ(GrownInside(b, box, 3), (ViewRect{1917, 53, 1283, 1027}));
   const auto bits = [](const Projection& m) { return std::bit_cast<std::array<uint64_t, 16>>(m); };
   const Projection whole = CutPerspective(a, a);  // then two halves: twice as wide, shifted half their own way
   EXPECT_TRUE(bits(whole)[8] == 0 && bits(whole)[9] == 0);  // no shift, not even -0
