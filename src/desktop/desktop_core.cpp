@@ -66,6 +66,35 @@ std::string NoSuchOutput(const std::string& wanted, const std::vector<std::strin
   return "No output '" + wanted + "'; the outputs are " + listed + ".";
 }
 
+bool CoveredBy(const ViewRect& area, const std::vector<ViewRect>& windows) {
+  if (area.width <= 0 || area.height <= 0) return false;
+  // The windows' edges cut the area into cells, each wholly inside a window or wholly outside all.
+  std::vector<int64_t> xs{area.x, area.x + area.width}, ys{area.y, area.y + area.height};
+  for (const ViewRect& w : windows) {
+    for (const int64_t x : {w.x, w.x + w.width})
+      if (x > area.x && x < area.x + area.width) xs.push_back(x);
+    for (const int64_t y : {w.y, w.y + w.height})
+      if (y > area.y && y < area.y + area.height) ys.push_back(y);
+  }
+  std::sort(xs.begin(), xs.end());
+  std::sort(ys.begin(), ys.end());
+  for (size_t i = 0; i + 1 < xs.size(); ++i)
+    for (size_t j = 0; j + 1 < ys.size(); ++j)
+      if (std::none_of(windows.begin(), windows.end(), [&](const ViewRect& w) {
+            return w.x <= xs[i] && w.x + w.width >= xs[i + 1] && w.y <= ys[j] && w.y + w.height >= ys[j + 1];
+          }))
+        return false;
+  return true;
+}
+
+bool Hidden(const std::vector<StackedWindow>& stack, uint32_t id) {
+  const auto self = std::find_if(stack.begin(), stack.end(), [&](const StackedWindow& w) { return w.id == id; });
+  if (self == stack.end()) return false;
+  std::vector<ViewRect> above;
+  for (auto w = self + 1; w != stack.end(); ++w) above.push_back(w->rect);
+  return CoveredBy(self->rect, above);
+}
+
 bool WakeWatch::Pointer(uint32_t output, double x, double y) {
   if (!seen_) {
     seen_ = true;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "desktop/desktop_mode.h"
+#include "flight/view_cut.h"
 
 namespace lumox {
 
@@ -54,6 +55,17 @@ class OutputPlan {
 
 // The error line for an output that is not there, with those that are.
 std::string NoSuchOutput(const std::string& wanted, const std::vector<std::string>& names);
+
+// Whether `windows` together hide every pixel of `area`, all on one screen.
+bool CoveredBy(const ViewRect& area, const std::vector<ViewRect>& windows);
+// A window of the desktop's stack, as the stack is given: lowest first.
+struct StackedWindow {
+  uint32_t id;
+  ViewRect rect;
+};
+// Whether the windows stacked above `id` hide all of it; false for a window not in the stack. Where a
+// compositing window manager leaves the X server unable to say so, the wallpaper works it out.
+bool Hidden(const std::vector<StackedWindow>& stack, uint32_t id);
 
 // Tells when the user is back at a running saver: a key or a button at once, the pointer once it
 // has moved more than a few pixels from where it was first seen, as a bump of the desk does not

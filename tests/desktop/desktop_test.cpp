@@ -54,6 +54,27 @@ TEST(WakeWatch, ThePointerWakesOnceItLeavesASmallCircleOrItsOutput) {
   EXPECT_TRUE(watch.Pointer(2, 100.0, 100.0));   // the same place on another output
 }
 
+// An output of 100 by 80 at (50, 20), under windows given as {x, y, width, height}.
+TEST(CoveredBy, OnlyWindowsAboveLeavingNoPixelOfTheOutputCoverIt) {
+  const ViewRect out{50, 20, 100, 80};
+  EXPECT_TRUE(CoveredBy(out, {out, {200, 0, 10, 10}}));  // and one on the next output
+  EXPECT_TRUE(CoveredBy(out, {{0, 0, 1000, 1000}, {60, 30, 5, 5}}));
+  EXPECT_TRUE(CoveredBy(out, {{50, 20, 60, 80}, {110, 20, 40, 80}}));   // two halves, side by side
+  EXPECT_TRUE(CoveredBy(out, {{40, 10, 70, 60}, {100, 10, 60, 60}, {40, 60, 120, 50}}));  // overlapping
+  EXPECT_FALSE(CoveredBy(out, {{50, 20, 60, 80}, {111, 20, 39, 80}}));  // a column between them
+  EXPECT_FALSE(CoveredBy(out, {{50, 20, 100, 79}}));                   // short of the last row
+  EXPECT_FALSE(CoveredBy(out, {{50, 20, 60, 80}, {50, 20, 100, 40}}));  // the bottom right corner shows
+  EXPECT_FALSE(CoveredBy(out, {{150, 20, 100, 80}}));                  // the next output's
+  EXPECT_FALSE(CoveredBy(out, {}));
+  EXPECT_FALSE(CoveredBy({50, 20, 0, 80}, {out}));
+  // In a stack, lowest first, only the windows above count.
+  const std::vector<StackedWindow> stack{{7, {0, 0, 50, 50}}, {1, out}, {2, {50, 20, 60, 80}}, {3, {110, 20, 40, 80}}};
+  EXPECT_TRUE(Hidden(stack, 1));
+  EXPECT_FALSE(Hidden(stack, 2));
+  EXPECT_FALSE(Hidden({{2, {50, 20, 60, 80}}, {3, {110, 20, 40, 80}}, {1, out}}, 1));
+  EXPECT_FALSE(Hidden(stack, 9));
+}
+
 using E = DesktopEffect;
 const DesktopEffects kNone;
 

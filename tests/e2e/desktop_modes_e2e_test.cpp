@@ -1,8 +1,5 @@
 // The layer surfaces on sway: covered or above windows, on outputs that come, go and scale, with
 // input devices that come and go, the compositor gone or lacking; and --span on sway and X11.
-#include <signal.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -11,10 +8,6 @@
 #include <filesystem>
 #include <regex>
 
-#include <QApplication>
-#include <QElapsedTimer>
-
-#include "flight/flight.h"
 #include "e2e/desktop.h"
 
 namespace lumox::e2e {

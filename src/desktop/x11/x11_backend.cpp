@@ -34,11 +34,12 @@ class X11Surface : public OpenGLSurface {
       setGeometry(screen->geometry());  // the root window's part that the monitor shows
     }
     show();
-    WatchVisibility(static_cast<uint32_t>(winId()));
-    if (saver)
+    if (saver) {
+      WatchVisibility(static_cast<uint32_t>(winId()));
       raise();
-    else
+    } else {
       lower();
+    }
     width_ = screen->geometry().width();
   }
   ~X11Surface() override {
@@ -50,7 +51,6 @@ class X11Surface : public OpenGLSurface {
 
   bool TakesFrames() const override { return !covered_; }
   uint32_t Output() const { return output_; }
-  bool Saver() const { return saver_; }
   void SetCovered(bool covered) {
     if (covered == covered_) return;
     covered_ = covered;
@@ -100,7 +100,11 @@ class X11Surface : public OpenGLSurface {
 };
 
 X11Backend::X11Backend(DesktopSink& sink, const DesktopModeOptions& options)
-    : sink_(sink), options_(options), screens_(sink) {}
+    : sink_(sink), options_(options), screens_(sink) {
+  cover_check_.setSingleShot(true);
+  cover_check_.setInterval(100);
+  connect(&cover_check_, &QTimer::timeout, this, &X11Backend::CheckCovers);
+}
 
 X11Backend::~X11Backend() {
   if (QCoreApplication::instance()) QCoreApplication::instance()->removeNativeEventFilter(this);
@@ -108,7 +112,7 @@ X11Backend::~X11Backend() {
 
 bool X11Backend::Connect(std::string&) {
   root_ = X11VirtualRoot();
-  if (options_.role == DesktopRole::kSaver) top_levels_ = WatchTopLevels();
+  WatchChildren(root_);
   QCoreApplication::instance()->installNativeEventFilter(this);
   screens_.Watch();
   // The pointer's place at the start is where a move is measured from.
@@ -131,27 +135,43 @@ bool X11Backend::Grab(uint32_t output) {
   return keyboard && pointer;
 }
 
+bool X11Backend::Own(uint32_t window) const {
+  for (const auto& [output, surface] : surfaces_)
+    if (static_cast<uint32_t>(surface->winId()) == window) return true;
+  return false;
+}
+
+void X11Backend::CheckCovers() {
+  const std::vector<StackedWindow> stack = X11ViewableChildren(root_);
+  for (const auto& [output, surface] : surfaces_) surface->SetCovered(Hidden(stack, surface->winId()));
+}
+
 bool X11Backend::nativeEventFilter(const QByteArray& type, void* message, qintptr*) {
   if (type != "xcb_generic_event_t") return false;
   const auto* event = static_cast<const xcb_generic_event_t*>(message);
-  if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY) {
-    // Under a compositing window manager no visibility event says the saver was covered.
-    const auto* map = static_cast<const xcb_map_notify_event_t*>(message);
-    if (map->event != top_levels_ || top_levels_ == 0) return false;
-    for (const auto& [output, surface] : surfaces_)
-      if (static_cast<uint32_t>(surface->winId()) == map->window) return false;
-    for (const auto& [output, surface] : surfaces_) surface->raise();
-    return false;
-  }
-  if ((event->response_type & 0x7f) != XCB_VISIBILITY_NOTIFY) return false;
-  const auto* visibility = static_cast<const xcb_visibility_notify_event_t*>(message);
-  for (const auto& [output, surface] : surfaces_) {
-    if (static_cast<uint32_t>(surface->winId()) != visibility->window) continue;
-    if (surface->Saver()) {
+  switch (event->response_type & 0x7f) {
+    case XCB_MAP_NOTIFY:
+    case XCB_UNMAP_NOTIFY:
+    case XCB_CONFIGURE_NOTIFY: {  // moved, resized or restacked; a window destroyed is unmapped first
+      // Each of these starts as a map does: the parent whose children changed, then the child.
+      const auto* change = static_cast<const xcb_map_notify_event_t*>(message);
+      if (change->event != root_ || root_ == 0) return false;
+      if (options_.role != DesktopRole::kSaver) {
+        if (!cover_check_.isActive()) cover_check_.start();
+      } else if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY && !Own(change->window)) {
+        // Under a compositing window manager no visibility event says the saver was covered.
+        for (const auto& [output, surface] : surfaces_) surface->raise();
+      }
+      return false;
+    }
+    case XCB_VISIBILITY_NOTIFY: {
       // A window mapped above the saver (a notification, a tooltip): the saver goes back on top.
-      if (visibility->state != XCB_VISIBILITY_UNOBSCURED) surface->raise();
-    } else {
-      surface->SetCovered(visibility->state == XCB_VISIBILITY_FULLY_OBSCURED);
+      const auto* visibility = static_cast<const xcb_visibility_notify_event_t*>(message);
+      if (options_.role != DesktopRole::kSaver) return false;
+      for (const auto& [output, surface] : surfaces_)
+        if (static_cast<uint32_t>(surface->winId()) == visibility->window && visibility->state != XCB_VISIBILITY_UNOBSCURED)
+          surface->raise();
+      return false;
     }
   }
   return false;

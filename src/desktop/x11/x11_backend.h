@@ -4,6 +4,7 @@
 // pointer taken and the pointer hidden.
 #include <QAbstractNativeEventFilter>
 #include <QObject>
+#include <QTimer>
 #include <map>
 
 #include "desktop/backend.h"
@@ -23,7 +24,7 @@ class X11Backend : public QObject, public DesktopBackend, public QAbstractNative
   bool Grab(uint32_t output) override;
   std::optional<ViewRect> Place(uint32_t output) const override { return screens_.Place(output); }
 
-  // Visibility changes of the surfaces' windows: a covered wallpaper pauses, a covered saver
+  // The desktop's windows coming, going and moving: a covered wallpaper pauses, a covered saver
   // goes back on top, as it does over any window mapped after it.
   bool nativeEventFilter(const QByteArray& type, void* message, qintptr* result) override;
 
@@ -33,11 +34,15 @@ class X11Backend : public QObject, public DesktopBackend, public QAbstractNative
   DesktopSink& Sink() const { return sink_; }
 
  private:
+  bool Own(uint32_t window) const;
+  // Each wallpaper surface is covered when the windows above it hide all of it.
+  void CheckCovers();
   DesktopSink& sink_;
   const DesktopModeOptions& options_;
   QtScreens screens_;  // the RandR monitors, as Qt has them
   std::map<uint32_t, X11Surface*> surfaces_;
-  uint32_t root_ = 0, top_levels_ = 0;  // the desktop's window; the root whose maps the saver watches
+  uint32_t root_ = 0;  // the desktop's window, whose children are the top-level windows
+  QTimer cover_check_;  // a window dragged moves many times a frame: one look for them all
 };
 
 }  // namespace lumox

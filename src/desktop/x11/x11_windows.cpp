@@ -70,12 +70,32 @@ void AddEvents(uint32_t window, uint32_t events) {
 
 void WatchVisibility(uint32_t window) { AddEvents(window, XCB_EVENT_MASK_VISIBILITY_CHANGE); }
 
-uint32_t WatchTopLevels() {
+void WatchChildren(uint32_t parent) { AddEvents(parent, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY); }
+
+std::vector<StackedWindow> X11ViewableChildren(uint32_t parent) {
+  std::vector<StackedWindow> viewable;
   xcb_connection_t* c = Connection();
-  if (!c) return 0;
-  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
-  AddEvents(root, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
-  return root;
+  const auto tree = Own(c ? xcb_query_tree_reply(c, xcb_query_tree(c, parent), nullptr) : nullptr);
+  if (!tree) return viewable;
+  const xcb_window_t* children = xcb_query_tree_children(tree.get());
+  const int count = xcb_query_tree_children_length(tree.get());
+  // Every question goes out before the first answer is read: one round trip, not one a window.
+  std::vector<std::pair<xcb_get_window_attributes_cookie_t, xcb_get_geometry_cookie_t>> asked;
+  for (int i = 0; i < count; ++i) asked.emplace_back(xcb_get_window_attributes(c, children[i]), xcb_get_geometry(c, children[i]));
+  for (int i = 0; i < count; ++i) {
+    // A window gone since the tree was read answers with an error, taken here so Qt logs nothing.
+    xcb_generic_error_t *attributes_error = nullptr, *geometry_error = nullptr;
+    const auto attributes = Own(xcb_get_window_attributes_reply(c, asked[i].first, &attributes_error));
+    const auto geometry = Own(xcb_get_geometry_reply(c, asked[i].second, &geometry_error));
+    free(attributes_error);
+    free(geometry_error);
+    if (!attributes || !geometry || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
+        attributes->_class != XCB_WINDOW_CLASS_INPUT_OUTPUT)
+      continue;
+    const int border = 2 * geometry->border_width;
+    viewable.push_back({children[i], {geometry->x, geometry->y, geometry->width + border, geometry->height + border}});
+  }
+  return viewable;
 }
 
 X11WindowWatcher::X11WindowWatcher(uint32_t window, std::function<void(QSize)> resized, std::function<void()> destroyed)

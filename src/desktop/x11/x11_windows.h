@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <vector>
+
+#include "desktop/desktop_core.h"
 
 namespace lumox {
 
@@ -20,9 +23,12 @@ std::optional<QSize> X11WindowSize(uint32_t window);
 // the events it asked for already.
 void WatchVisibility(uint32_t window);
 
-// Asks for the maps of top-level windows (the root's SubstructureNotify), which a compositing
-// window manager's visibility events don't tell. Gives the root window, 0 without X11.
-uint32_t WatchTopLevels();
+// Asks for the maps, moves, restacks and ends of the window's children (its SubstructureNotify),
+// which a compositing window manager's visibility events don't tell.
+void WatchChildren(uint32_t parent);
+
+// The window's children that show, lowest first, each with its place and size, borders included.
+std::vector<StackedWindow> X11ViewableChildren(uint32_t parent);
 
 // Passes on the resizes and the end of a window of another program's. Its StructureNotify events
 // are asked for on this program's connection, beside whatever this program asked for already.
