@@ -97,6 +97,11 @@ void SurfaceWindow::Event_Open() {
   const QRect screen = flight_screen->geometry();
   setScreen(flight_screen);
   setGeometry(screen.x(), screen.y(), screen.width(), screen.height());
+  if (TilingDesktop() && !OnWayland()) {
+    // i3 opens a window on the focused output, whatever its place, unless a desktop is named.
+    create();
+    PutOnDesktopAt(windowHandle(), screen.topLeft());
+  }
   show();
   windowHandle()->installEventFilter(this);  // its exposure tells when the flight is on screen
   menuBar()->setVisible(false);
@@ -138,15 +143,22 @@ void SurfaceWindow::Event_Minimize() {
 }
 
 void SurfaceWindow::ShowAbove(QWidget* window) {
-  // A Wayland compositor keeps a new window over a full-screen one above it only if it belongs to
-  // it, and that has to be said before the window is mapped. Some (sway) give a window mapped over
-  // a full-screen one no focus at all, and ignore activation asked for before the map: it is
+  // A Wayland compositor or a tiling window manager (i3) shows a new window over a full-screen one
+  // only if it belongs to it, and that has to be said before the window is mapped. Some Wayland
+  // ones (sway) give it no focus at all, and ignore activation asked for before the map: it is
   // asked for again once the window is on screen.
-  if (OnWayland() && !window->isVisible()) {
+  const bool belong = TilingDesktop() && !window->isVisible();
+  if (belong && OnWayland()) {
     window->winId();
     window->windowHandle()->setTransientParent(windowHandle());
     QWindow* handle = window->windowHandle();
     new WhenExposed(handle, [handle] { handle->requestActivate(); });
+  }
+  if (belong && !OnWayland()) {
+    // On X11 Qt keeps WM_TRANSIENT_FOR only on a dialog, and takes it from the transient parent:
+    // the parent widget's window, or this one again after a put-away took it off.
+    window->setWindowFlags(window->windowFlags() | Qt::Dialog);
+    if (window->windowHandle()) window->windowHandle()->setTransientParent(windowHandle());
   }
   window->show();
 }
@@ -158,6 +170,13 @@ bool SurfaceWindow::_About_Action(int) {
 
 void SurfaceWindow::ShowPrefs() {
   QWidget* prefs = g_wiring.prefs_window();
+  if (TilingDesktop() && !OnWayland()) {
+    // i3 gives the keys to a window of the full-screen one as it maps it, but asked to activate
+    // one, it leaves full screen for it: the window is mapped anew instead.
+    prefs->hide();
+    ShowAbove(prefs);
+    return;
+  }
   ShowAbove(prefs);
   prefs->raise();
   prefs->activateWindow();
@@ -165,23 +184,25 @@ void SurfaceWindow::ShowPrefs() {
 
 void SurfaceWindow::LeaveFullScreen() {
   menuBar()->setVisible(true);
-  if (OnWayland()) {
+  if (TilingDesktop()) {
     // A Wayland compositor sizes a window it has mapped (a tiling one keeps it in its tile, others
-    // give back the size before full screen) and places every window itself. A window mapped
-    // anew with a fixed size is laid out as a floating one of that size, whatever the compositor.
+    // give back the size before full screen) and places every window itself; i3 keeps it in its
+    // tile. A window mapped anew with a fixed size is laid out as a floating one of that size.
     hide();
     setWindowState(Qt::WindowNoState);
     setFixedSize(EscapedGeometry().size());
+    if (!OnWayland()) setGeometry(EscapedGeometry());  // i3 floats it where it asks
     show();
     // The window's new Wayland surface holds no GL surface until the container shows it anew,
     // once that surface is on screen and laid out; the GL surface's place takes effect as the
     // window draws itself again.
-    new WhenExposed(windowHandle(), [this] {
-      layout()->activate();
-      centralWidget()->hide();
-      centralWidget()->show();
-      update();
-    });
+    if (OnWayland())
+      new WhenExposed(windowHandle(), [this] {
+        layout()->activate();
+        centralWidget()->hide();
+        centralWidget()->show();
+        update();
+      });
     fixed_for_map_ = true;
     RequestActivation();
     return;

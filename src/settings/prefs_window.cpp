@@ -228,9 +228,9 @@ void wPrefs::Event_KeyDown() {
         // that reaches the window manager after the minimise can leave the window on screen.
         setFixedSize(kPrefsEscapedWidth, kPrefsEscapedHeight);
         setGeometry(kPrefsEscapedLeft, kPrefsEscapedTop, kPrefsEscapedWidth, kPrefsEscapedHeight);
-        if (OnWayland()) {
-          // A Wayland compositor may have no minimise (sway has none) and never tells whether it
-          // did one: the window is put away unmapped, the compositor hands the keys back to the
+        if (TilingDesktop()) {
+          // A tiling desktop may have no minimise (sway and i3 have none), and a Wayland one never
+          // tells whether it did one: the window is put away unmapped, the keys go back to the
           // flight, and `s` shows it again as it would restore it.
           hide();
           break;

@@ -30,7 +30,7 @@ struct WindowState {  // a top-level window as the window manager or compositor 
 };
 
 struct DesktopOptions {
-  std::string kind = "openbox";             // openbox, xfwm4, metacity (each under Xvfb) or sway
+  std::string kind = "openbox";             // openbox, xfwm4, metacity, i3 (each under Xvfb) or sway
   std::vector<QSize> outputs = {{1440, 900}};  // side by side, tops aligned; the first is the primary
   const char* prefs = nullptr;              // LumoxPrefs' text, if there is to be one
   std::vector<std::string> lumox_args = {};  // after the program's name
@@ -134,7 +134,7 @@ class Session : public Desktop {
   }
   WindowState Window(const std::string& title) const override;
   void Activate(const std::string& title) const override;
-  bool PlacesWindows() const override { return true; }
+  bool PlacesWindows() const override { return Kind() != "i3"; }  // i3 tiles them
   bool Move(const std::string& title, QPoint to) const override;
   bool OpenWindow() const override;
   void KillServer() override;

@@ -29,8 +29,15 @@ Session::Session(const DesktopOptions& options) : Desktop(options) {
   }
   std::filesystem::create_directory(dir_ + "/wm");
   std::vector<std::string> wm = {"env", "DISPLAY=" + display_, "HOME=" + dir_ + "/wm", options.kind};
-  if (options.kind == "xfwm4") wm.insert(wm.end(), {"--compositor=off", "--sm-client-disable"});
-  else wm.push_back("--sm-disable");
+  if (options.kind == "xfwm4") {
+    wm.insert(wm.end(), {"--compositor=off", "--sm-client-disable"});
+  } else if (options.kind == "i3") {
+    // i3 as it comes, tiling, with no bar; without its first line the file is taken for an old one.
+    std::ofstream(dir_ + "/wm/i3") << "# i3 config file (v4)\nfocus_on_window_activation focus\n";
+    wm.insert(wm.end(), {"-c", dir_ + "/wm/i3"});
+  } else {
+    wm.push_back("--sm-disable");
+  }
   wm_ = StartHelper(wm);
   // The manager announces itself before it is ready to take windows; a window it frames is proof.
   if (Shell("/usr/bin/python3 " LUMOX_E2E_DIR "/x_client.py probe; echo $?") != "0\n") throw std::runtime_error(options.kind + " did not start");
@@ -94,19 +101,28 @@ WindowState Session::State(const std::string& id) const {
   WindowState w{.id = id};
   const std::string info = Shell("xwininfo -id " + id + " 2>/dev/null");
   const std::string props = Shell("xprop -id " + id + " WM_STATE _NET_WM_STATE WM_CLASS _NET_FRAME_EXTENTS 2>/dev/null");
-  const auto number = [&](const std::string& label) {
-    const size_t at = info.find(label);
-    return at == std::string::npos ? -1 : std::atoi(info.c_str() + at + label.size());
+  // xwininfo's absolute position is the client area's; xdotool adds the frame's offset to it.
+  const auto area = [](const std::string& xwininfo) {
+    const auto number = [&](const std::string& label) {
+      const size_t at = xwininfo.find(label);
+      return at == std::string::npos ? -1 : std::atoi(xwininfo.c_str() + at + label.size());
+    };
+    return QRect(number("Absolute upper-left X:"), number("Absolute upper-left Y:"), number("  Width:"), number("  Height:"));
   };
   w.shown = info.find("IsViewable") != std::string::npos;
   w.minimised = props.find("Iconic") != std::string::npos || props.find("_NET_WM_STATE_HIDDEN") != std::string::npos;
   w.full_screen = props.find("_NET_WM_STATE_FULLSCREEN") != std::string::npos;
-  // xwininfo's absolute position is the client area's; xdotool adds the frame's offset to it.
-  w.geometry = QRect(number("Absolute upper-left X:"), number("Absolute upper-left Y:"), number("  Width:"), number("  Height:"));
+  w.geometry = area(info);
   int left = 0, right = 0, top = 0, bottom = 0;
   const size_t extents = props.find("_NET_FRAME_EXTENTS(CARDINAL) = ");
   if (extents != std::string::npos) std::sscanf(props.c_str() + extents + 31, "%d, %d, %d, %d", &left, &right, &top, &bottom);
   w.frame = w.geometry.adjusted(-left, -top, right, bottom);
+  if (extents == std::string::npos && Kind() == "i3") {  // i3 tells no extents: its frame is the client's parent
+    const std::string tree = Shell("xwininfo -children -id " + id + " 2>/dev/null"), label = "Parent window id: ";
+    const size_t parent = tree.find(label);
+    const size_t at = parent + label.size();
+    if (parent != std::string::npos) w.frame = area(Shell("xwininfo -id " + tree.substr(at, tree.find(' ', at) - at)));
+  }
   const size_t app = props.find("\", \"", props.find("WM_CLASS"));
   if (app != std::string::npos) w.app = props.substr(app + 4, props.find('"', app + 4) - app - 4);
   std::string active;

@@ -23,6 +23,15 @@ void RestackOnTop(xcb_connection_t* connection, xcb_window_t id) {
   const uint32_t above = XCB_STACK_MODE_ABOVE;
   xcb_configure_window(connection, id, XCB_CONFIG_WINDOW_STACK_MODE, &above);
 }
+// A property's value, up to 1 KiB; empty where there is none.
+QByteArray ReadProperty(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t property, xcb_atom_t type) {
+  xcb_get_property_reply_t* reply =
+      xcb_get_property_reply(connection, xcb_get_property(connection, 0, window, property, type, 0, 256), nullptr);
+  QByteArray value;
+  if (reply) value = QByteArray(static_cast<const char*>(xcb_get_property_value(reply)), xcb_get_property_value_length(reply));
+  free(reply);
+  return value;
+}
 }  // namespace
 
 bool OnWayland() { return QGuiApplication::platformName().startsWith(QStringLiteral("wayland")); }
@@ -32,19 +41,11 @@ QString WindowManagerName() {
   if (!x11) return {};
   xcb_connection_t* connection = x11->connection();
   const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-  const auto read = [connection](xcb_window_t window, xcb_atom_t property, xcb_atom_t type) {
-    xcb_get_property_reply_t* reply =
-        xcb_get_property_reply(connection, xcb_get_property(connection, 0, window, property, type, 0, 64), nullptr);
-    QByteArray value;
-    if (reply) value = QByteArray(static_cast<const char*>(xcb_get_property_value(reply)), xcb_get_property_value_length(reply));
-    free(reply);
-    return value;
-  };
-  const QByteArray check = read(root, Atom(connection, "_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW);
+  const QByteArray check = ReadProperty(connection, root, Atom(connection, "_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW);
   if (check.size() != 4) return {};
   xcb_window_t wm;
   memcpy(&wm, check.constData(), 4);
-  return QString::fromUtf8(read(wm, Atom(connection, "_NET_WM_NAME"), Atom(connection, "UTF8_STRING")));
+  return QString::fromUtf8(ReadProperty(connection, wm, Atom(connection, "_NET_WM_NAME"), Atom(connection, "UTF8_STRING")));
 }
 
 void SetTransientFor(QWindow* window, QWindow* parent) {
@@ -73,6 +74,32 @@ void SetDialogType(QWindow* window, bool dialog) {
   xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id, Atom(connection, "_NET_WM_WINDOW_TYPE"), XCB_ATOM_ATOM, 32, 1,
                       &type);
   if (dialog) RestackOnTop(connection, id);
+  xcb_flush(connection);
+}
+
+bool TilingDesktop() { return OnWayland() || WindowManagerName() == QStringLiteral("i3"); }
+
+void PutOnDesktopAt(QWindow* window, QPoint origin) {
+  auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
+  if (!x11) return;
+  xcb_connection_t* connection = x11->connection();
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+  const QByteArray viewports = ReadProperty(connection, root, Atom(connection, "_NET_DESKTOP_VIEWPORT"), XCB_ATOM_CARDINAL);
+  const QByteArray current = ReadProperty(connection, root, Atom(connection, "_NET_CURRENT_DESKTOP"), XCB_ATOM_CARDINAL);
+  const auto at = [&](uint32_t desktop) {
+    uint32_t xy[2];
+    if (uint64_t(viewports.size()) < (uint64_t(desktop) + 1) * sizeof xy) return false;
+    memcpy(xy, viewports.constData() + desktop * sizeof xy, sizeof xy);
+    return QPoint(int(xy[0]), int(xy[1])) == origin;
+  };
+  // The current desktop where it is there, else the first one there.
+  uint32_t desktop = UINT32_MAX;
+  if (current.size() == 4) memcpy(&desktop, current.constData(), 4);
+  for (uint32_t other = 0; !at(desktop) && other < viewports.size() / 8u; ++other) desktop = other;
+  if (!at(desktop)) return;
+  const auto id = static_cast<xcb_window_t>(window->winId());
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id, Atom(connection, "_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL, 32, 1,
+                      &desktop);
   xcb_flush(connection);
 }
 
