@@ -11,16 +11,16 @@ packages=(
   # The layer-shell host: plain Wayland client, EGL and the protocol descriptions.
   libwayland-dev libegl-dev wayland-protocols libwayland-bin
   # The desktops the end-to-end tests run on: X11 window managers and a headless Wayland compositor.
-  xfwm4 metacity i3-wm icewm sway wtype grim foot xprintidle
+  xfwm4 metacity i3-wm sway wtype grim foot xprintidle
   # Weston, headless: a compositor without the layer shell.
   weston
   # KWin, headless, for a fractional scale; its screenshots come over D-Bus, to python3-dbus.
   kwin-wayland python3-dbus
   # A pointer for the headless sway: wayvnc adds one while it runs, driven over RFB by python3.
   wayvnc python3
-  # The hosts Lumox meets: the screensaver daemon and a session bus with a mocked service;
-  # GNOME Shell, headless, for its extension.
-  xscreensaver xscreensaver-data dbus dbus-x11 python3-dbusmock gnome-shell
+  # The hosts Lumox meets: the screensaver daemons of X11 and sway and a session bus with a mocked
+  # service; GNOME Shell, headless, for its extension.
+  xscreensaver xscreensaver-data swayidle dbus dbus-x11 python3-dbusmock gnome-shell
   # The user unit's check (systemd-analyze) and the screen locker that runs the saver module.
   systemd xsecurelock
   # A small X client of the tests' own: another program's grab and override-redirect window.

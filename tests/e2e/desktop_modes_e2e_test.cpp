@@ -225,6 +225,18 @@ TEST(DesktopModesE2E, TheSaverEndsOnAKeyboardOrPointerPluggedInAnewAndOutlivesAK
   }
 }
 
+// swayidle as the README has it: once the seat is idle the saver comes; a key ends it (status 0),
+// and the next idle time brings it back.
+TEST(DesktopModesE2E, UnderSwayidleTheSaverComesWhenIdleAndAKeyEndsIt) {
+  SwaySession sway({.kind = "sway", .outputs = {{800, 600}}, .start_lumox = false});
+  sway.Shell("swayidle -w timeout 1 './lumox --saver; echo $? >> data/ended' >/dev/null 2>&1 &");
+  for (const std::string ended : {"0\n", "0\n0\n"}) {
+    ASSERT_TRUE(WaitFor([&] { return Flying(sway, "HEADLESS-1"); }, 20000)) << ended;
+    sway.Keys("a");
+    EXPECT_TRUE(WaitFor([&] { return ReadFile(sway.File("ended")) == ended; })) << ReadFile(sway.File("ended"));
+  }
+}
+
 // Weston offers no layer shell.
 TEST(DesktopModesE2E, WestonOrNoCompositorAtThatNameEndsItWithOneLine) {
   const std::string folder = MakeTempFolder("lumox-weston");

@@ -2,6 +2,7 @@
 #include <signal.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 
@@ -130,6 +131,20 @@ TEST(DisplayModeE2E, TheRootFlightFollowsAFileThatComesLaterSighupAndTheScreenAs
     session.Shell(std::string("xrandr ") + step);
   EXPECT_TRUE(WaitFor([&] { return ChildSize(session, "-root") == "800x600\n"; })) << ChildSize(session, "-root");
   EXPECT_TRUE(EndsOn(session, SIGTERM));
+}
+
+// xsecurelock runs its saver module (here the installed one's line) in a saver window on each
+// monitor: a flight on each, and none left once the lock ends.
+TEST(DisplayModeE2E, XsecurelockFliesOnEveryMonitorUntilTheLockEnds) {
+  Session session({.outputs = {{800, 600}, {640, 480}}, .start_lumox = false});
+  const std::string saver = session.File("saver_lumox");
+  std::ofstream(saver) << "#!/bin/sh\nexec " LUMOX_EXE " --root\n";
+  std::filesystem::permissions(saver, std::filesystem::perms::owner_all);
+  const pid_t lock = StartHelper({"env", "DISPLAY=" + session.Display(), "XDG_DATA_HOME=" + session.File(""),
+                                  "XSECURELOCK_SAVER=" + saver, "xsecurelock"});
+  EXPECT_TRUE(WaitFor([&] { return Flying(session, "OUT-1") && Flying(session, "OUT-2"); }, 20000));
+  StopHelper(lock);
+  EXPECT_TRUE(WaitFor([&] { return LitPixels(session.Screenshot()) == 0; }));
 }
 
 // The saver's settings dialog (the build's, from the sliders' ranges): every option it passes is taken.
