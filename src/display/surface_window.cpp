@@ -97,7 +97,7 @@ void SurfaceWindow::Event_Open() {
   const QRect screen = flight_screen->geometry();
   setScreen(flight_screen);
   setGeometry(screen.x(), screen.y(), screen.width(), screen.height());
-  if (TilingDesktop() && !OnWayland()) {
+  if (TilingWindowManager()) {
     // i3 opens a window on the focused output, whatever its place, unless a desktop is named.
     create();
     PutOnDesktopAt(windowHandle(), screen.topLeft());
@@ -170,7 +170,7 @@ bool SurfaceWindow::_About_Action(int) {
 
 void SurfaceWindow::ShowPrefs() {
   QWidget* prefs = g_wiring.prefs_window();
-  if (TilingDesktop() && !OnWayland()) {
+  if (TilingWindowManager()) {
     // i3 gives the keys to a window of the full-screen one as it maps it, but asked to activate
     // one, it leaves full screen for it: the window is mapped anew instead.
     prefs->hide();

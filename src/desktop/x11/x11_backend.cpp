@@ -135,10 +135,10 @@ bool X11Backend::Grab(uint32_t output) {
   return keyboard && pointer;
 }
 
-bool X11Backend::Own(uint32_t window) const {
+X11Surface* X11Backend::SurfaceOf(uint32_t window) const {
   for (const auto& [output, surface] : surfaces_)
-    if (static_cast<uint32_t>(surface->winId()) == window) return true;
-  return false;
+    if (static_cast<uint32_t>(surface->winId()) == window) return surface;
+  return nullptr;
 }
 
 void X11Backend::CheckCovers() {
@@ -158,7 +158,7 @@ bool X11Backend::nativeEventFilter(const QByteArray& type, void* message, qintpt
       if (change->event != root_ || root_ == 0) return false;
       if (options_.role != DesktopRole::kSaver) {
         if (!cover_check_.isActive()) cover_check_.start();
-      } else if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY && !Own(change->window)) {
+      } else if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY && !SurfaceOf(change->window)) {
         // Under a compositing window manager no visibility event says the saver was covered.
         for (const auto& [output, surface] : surfaces_) surface->raise();
       }
@@ -168,9 +168,8 @@ bool X11Backend::nativeEventFilter(const QByteArray& type, void* message, qintpt
       // A window mapped above the saver (a notification, a tooltip): the saver goes back on top.
       const auto* visibility = static_cast<const xcb_visibility_notify_event_t*>(message);
       if (options_.role != DesktopRole::kSaver) return false;
-      for (const auto& [output, surface] : surfaces_)
-        if (static_cast<uint32_t>(surface->winId()) == visibility->window && visibility->state != XCB_VISIBILITY_UNOBSCURED)
-          surface->raise();
+      X11Surface* surface = SurfaceOf(visibility->window);
+      if (surface && visibility->state != XCB_VISIBILITY_UNOBSCURED) surface->raise();
       return false;
     }
   }

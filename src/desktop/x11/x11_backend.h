@@ -34,7 +34,7 @@ class X11Backend : public QObject, public DesktopBackend, public QAbstractNative
   DesktopSink& Sink() const { return sink_; }
 
  private:
-  bool Own(uint32_t window) const;
+  X11Surface* SurfaceOf(uint32_t window) const;  // null for another program's window
   // Each wallpaper surface is covered when the windows above it hide all of it.
   void CheckCovers();
   DesktopSink& sink_;

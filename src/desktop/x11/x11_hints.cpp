@@ -77,7 +77,9 @@ void SetDialogType(QWindow* window, bool dialog) {
   xcb_flush(connection);
 }
 
-bool TilingDesktop() { return OnWayland() || WindowManagerName() == QStringLiteral("i3"); }
+bool TilingWindowManager() { return WindowManagerName() == QStringLiteral("i3"); }
+
+bool TilingDesktop() { return OnWayland() || TilingWindowManager(); }
 
 void PutOnDesktopAt(QWindow* window, QPoint origin) {
   auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();

@@ -27,5 +27,7 @@ void PutOnDesktopAt(QWindow* window, QPoint origin);
 // a new window goes into a tile whatever it asks, one of a fixed size floats where it asks, and a
 // window mapped over a full-screen one shows only if it belongs to it.
 bool TilingDesktop();
+// The same on X11 alone: i3.
+bool TilingWindowManager();
 
 }  // namespace lumox
