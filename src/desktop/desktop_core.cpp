@@ -87,12 +87,29 @@ bool CoveredBy(const ViewRect& area, const std::vector<ViewRect>& windows) {
   return true;
 }
 
+namespace {
+std::vector<StackedWindow>::const_iterator Find(const std::vector<StackedWindow>& stack, uint32_t id) {
+  return std::find_if(stack.begin(), stack.end(), [&](const StackedWindow& w) { return w.id == id; });
+}
+}  // namespace
+
 bool Hidden(const std::vector<StackedWindow>& stack, uint32_t id) {
-  const auto self = std::find_if(stack.begin(), stack.end(), [&](const StackedWindow& w) { return w.id == id; });
+  const auto self = Find(stack, id);
   if (self == stack.end()) return false;
   std::vector<ViewRect> above;
   for (auto w = self + 1; w != stack.end(); ++w) above.push_back(w->rect);
   return CoveredBy(self->rect, above);
+}
+
+bool Overlapped(const std::vector<StackedWindow>& stack, uint32_t id, const std::vector<uint32_t>& ours) {
+  const auto self = Find(stack, id);
+  if (self == stack.end()) return false;
+  const ViewRect& a = self->rect;
+  return std::any_of(self + 1, stack.end(), [&](const StackedWindow& w) {
+    const ViewRect& b = w.rect;
+    return std::find(ours.begin(), ours.end(), w.id) == ours.end() && b.x < a.x + a.width && a.x < b.x + b.width &&
+           b.y < a.y + a.height && a.y < b.y + b.height;
+  });
 }
 
 bool WakeWatch::Pointer(uint32_t output, double x, double y) {

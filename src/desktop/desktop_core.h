@@ -66,6 +66,9 @@ struct StackedWindow {
 // Whether the windows stacked above `id` hide all of it; false for a window not in the stack. Where a
 // compositing window manager leaves the X server unable to say so, the wallpaper works it out.
 bool Hidden(const std::vector<StackedWindow>& stack, uint32_t id);
+// Whether a window stacked above `id`, other than `ours`, shows over any of it: a saver so placed
+// goes back on top. The X server tells this only where no compositing window manager runs.
+bool Overlapped(const std::vector<StackedWindow>& stack, uint32_t id, const std::vector<uint32_t>& ours);
 
 // Tells when the user is back at a running saver: a key or a button at once, the pointer once it
 // has moved more than a few pixels from where it was first seen, as a bump of the desk does not

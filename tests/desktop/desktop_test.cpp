@@ -55,7 +55,7 @@ TEST(WakeWatch, ThePointerWakesOnceItLeavesASmallCircleOrItsOutput) {
 }
 
 // An output of 100 by 80 at (50, 20), under windows given as {x, y, width, height}.
-TEST(CoveredBy, OnlyWindowsAboveLeavingNoPixelOfTheOutputCoverIt) {
+TEST(Stacking, AWallpaperIsCoveredByWindowsAboveLeavingNoPixelAndASaverOverlappedByOneOfAnyPixel) {
   const ViewRect out{50, 20, 100, 80};
   EXPECT_TRUE(CoveredBy(out, {out, {200, 0, 10, 10}}));  // and one on the next output
   EXPECT_TRUE(CoveredBy(out, {{0, 0, 1000, 1000}, {60, 30, 5, 5}}));
@@ -73,6 +73,13 @@ TEST(CoveredBy, OnlyWindowsAboveLeavingNoPixelOfTheOutputCoverIt) {
   EXPECT_FALSE(Hidden(stack, 2));
   EXPECT_FALSE(Hidden({{2, {50, 20, 60, 80}}, {3, {110, 20, 40, 80}}, {1, out}}, 1));
   EXPECT_FALSE(Hidden(stack, 9));
+  // Any part of a window above shows over the saver, unless it is the saver's own on a mirrored output.
+  EXPECT_TRUE(Overlapped(stack, 1, {}));
+  EXPECT_FALSE(Overlapped(stack, 1, {2, 3}));
+  EXPECT_FALSE(Overlapped(stack, 3, {}));
+  EXPECT_FALSE(Overlapped({{1, out}, {4, {150, 20, 10, 80}}, {5, {50, 100, 100, 10}}}, 1, {}));  // edge to edge
+  EXPECT_TRUE(Overlapped({{1, out}, {4, {149, 99, 10, 10}}}, 1, {}));                           // its last pixel
+  EXPECT_FALSE(Overlapped(stack, 9, {}));
 }
 
 using E = DesktopEffect;

@@ -34,12 +34,10 @@ class X11Surface : public OpenGLSurface {
       setGeometry(screen->geometry());  // the root window's part that the monitor shows
     }
     show();
-    if (saver) {
-      WatchVisibility(static_cast<uint32_t>(winId()));
+    if (saver)
       raise();
-    } else {
+    else
       lower();
-    }
     width_ = screen->geometry().width();
   }
   ~X11Surface() override {
@@ -135,15 +133,17 @@ bool X11Backend::Grab(uint32_t output) {
   return keyboard && pointer;
 }
 
-X11Surface* X11Backend::SurfaceOf(uint32_t window) const {
-  for (const auto& [output, surface] : surfaces_)
-    if (static_cast<uint32_t>(surface->winId()) == window) return surface;
-  return nullptr;
-}
-
 void X11Backend::CheckCovers() {
   const std::vector<StackedWindow> stack = X11ViewableChildren(root_);
   for (const auto& [output, surface] : surfaces_) surface->SetCovered(Hidden(stack, surface->winId()));
+}
+
+void X11Backend::RaiseOverlappedSavers() {
+  const std::vector<StackedWindow> stack = X11ViewableChildren(root_);
+  std::vector<uint32_t> ours;
+  for (const auto& [output, surface] : surfaces_) ours.push_back(static_cast<uint32_t>(surface->winId()));
+  for (const auto& [output, surface] : surfaces_)
+    if (Overlapped(stack, static_cast<uint32_t>(surface->winId()), ours)) surface->raise();
 }
 
 bool X11Backend::nativeEventFilter(const QByteArray& type, void* message, qintptr*) {
@@ -156,20 +156,13 @@ bool X11Backend::nativeEventFilter(const QByteArray& type, void* message, qintpt
       // Each of these starts as a map does: the parent whose children changed, then the child.
       const auto* change = static_cast<const xcb_map_notify_event_t*>(message);
       if (change->event != root_ || root_ == 0) return false;
-      if (options_.role != DesktopRole::kSaver) {
-        if (!cover_check_.isActive()) cover_check_.start();
-      } else if ((event->response_type & 0x7f) == XCB_MAP_NOTIFY && !SurfaceOf(change->window)) {
-        // Under a compositing window manager no visibility event says the saver was covered.
-        for (const auto& [output, surface] : surfaces_) surface->raise();
-      }
-      return false;
-    }
-    case XCB_VISIBILITY_NOTIFY: {
-      // A window mapped above the saver (a notification, a tooltip): the saver goes back on top.
-      const auto* visibility = static_cast<const xcb_visibility_notify_event_t*>(message);
-      if (options_.role != DesktopRole::kSaver) return false;
-      X11Surface* surface = SurfaceOf(visibility->window);
-      if (surface && visibility->state != XCB_VISIBILITY_UNOBSCURED) surface->raise();
+      // Another program's window mapped or raised over the saver (a notification, a tooltip): the
+      // saver goes back on top at once. Its own changes are looked at too, as Qt passes on only the
+      // last of a run of configures, which may be the saver's own raise after another's.
+      if (options_.role == DesktopRole::kSaver)
+        RaiseOverlappedSavers();
+      else if (!cover_check_.isActive())
+        cover_check_.start();
       return false;
     }
   }

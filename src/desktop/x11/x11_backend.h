@@ -34,9 +34,10 @@ class X11Backend : public QObject, public DesktopBackend, public QAbstractNative
   DesktopSink& Sink() const { return sink_; }
 
  private:
-  X11Surface* SurfaceOf(uint32_t window) const;  // null for another program's window
   // Each wallpaper surface is covered when the windows above it hide all of it.
   void CheckCovers();
+  // Each saver surface with another program's window over any of it is raised.
+  void RaiseOverlappedSavers();
   DesktopSink& sink_;
   const DesktopModeOptions& options_;
   QtScreens screens_;  // the RandR monitors, as Qt has them

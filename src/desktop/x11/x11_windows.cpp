@@ -68,8 +68,6 @@ void AddEvents(uint32_t window, uint32_t events) {
 }
 }  // namespace
 
-void WatchVisibility(uint32_t window) { AddEvents(window, XCB_EVENT_MASK_VISIBILITY_CHANGE); }
-
 void WatchChildren(uint32_t parent) { AddEvents(parent, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY); }
 
 std::vector<StackedWindow> X11ViewableChildren(uint32_t parent) {

@@ -19,12 +19,8 @@ uint32_t X11VirtualRoot();
 // of another program's as 0 by 0, so the X server is asked.
 std::optional<QSize> X11WindowSize(uint32_t window);
 
-// Asks for the window's visibility changes (VisibilityNotify) on this program's connection, beside
-// the events it asked for already.
-void WatchVisibility(uint32_t window);
-
 // Asks for the maps, moves, restacks and ends of the window's children (its SubstructureNotify),
-// which a compositing window manager's visibility events don't tell.
+// beside the events this program asked for already: what covers what, told under any window manager.
 void WatchChildren(uint32_t parent);
 
 // The window's children that show, lowest first, each with its place and size, borders included.
