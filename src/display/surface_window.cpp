@@ -98,9 +98,8 @@ void SurfaceWindow::Event_Open() {
   setScreen(flight_screen);
   setGeometry(screen.x(), screen.y(), screen.width(), screen.height());
   if (TilingWindowManager()) {
-    // i3 opens a window on the focused output, whatever its place, unless a desktop is named.
     create();
-    PutOnDesktopAt(windowHandle(), screen.topLeft());
+    PutOnI3WorkspaceOf(windowHandle(), flight_screen->name());
   }
   show();
   windowHandle()->installEventFilter(this);  // its exposure tells when the flight is on screen

@@ -128,6 +128,11 @@ TEST_P(Scenario, GoOnAScreenFliesThereAtOnceWithThatScreensDefaults) {
   // GTK's monitors are those with an output; those xrandr --setmonitor cuts out of Xvfb's one have none.
   if (GetParam() == std::string("xfwm4")) GTEST_SKIP() << "xfwm4 sees one monitor only on Xvfb";
   const auto d = Open({.outputs = {{1280, 800}, {1024, 768}}, .prefs = kOddPrefs, .start_lumox = false});
+  if (d->Kind() == "i3") {  // the output shows workspace 7, with 2 and a window on it behind
+    d->Shell("i3-msg 'focus output " + d->OutputName(1) + ", workspace 2, exec xmessage behind'");
+    ASSERT_TRUE(d->WaitForWindow("xmessage", Shown));
+    d->Shell("i3-msg 'workspace 7, focus output " + d->OutputName(0) + "'");
+  }
   d->StartLumox({"--go", "--screen", d->OutputName(1)});
   const QRect area = d->OutputArea(1);
   ASSERT_TRUE(d->WaitForWindow("Lumox", [&](const WindowState& w) { return w.full_screen && w.geometry == area; }));

@@ -1,8 +1,15 @@
 #include "desktop/x11/x11_hints.h"
 
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
 #include <xcb/xcb.h>
 
 #include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <cstdlib>
 #include <cstring>
 
@@ -31,6 +38,42 @@ QByteArray ReadProperty(xcb_connection_t* connection, xcb_window_t window, xcb_a
   if (reply) value = QByteArray(static_cast<const char*>(xcb_get_property_value(reply)), xcb_get_property_value_length(reply));
   free(reply);
   return value;
+}
+
+constexpr uint32_t kI3GetWorkspaces = 1;
+
+// i3's answer to one request over its socket (i3-ipc: the magic word, the length and the type,
+// then JSON), or empty; an i3 that has not answered within a second is given up.
+QByteArray AskI3(xcb_connection_t* connection, xcb_window_t root, uint32_t type) {
+  const QByteArray path = ReadProperty(connection, root, Atom(connection, "I3_SOCKET_PATH"), Atom(connection, "UTF8_STRING"));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.isEmpty() || size_t(path.size()) >= sizeof address.sun_path) return {};
+  memcpy(address.sun_path, path.constData(), size_t(path.size()));
+  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return {};
+  const timeval second{1, 0};
+  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &second, sizeof second);
+  setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &second, sizeof second);
+  const auto receive = [fd](uint32_t size) {
+    QByteArray data(qsizetype(size), '\0');
+    uint32_t got = 0;
+    for (ssize_t n; got < size && (n = recv(fd, data.data() + got, size - got, 0)) > 0;) got += uint32_t(n);
+    data.truncate(qsizetype(got));
+    return data;
+  };
+  QByteArray request("i3-ipc"), reply;
+  const uint32_t header[2] = {0, type};
+  request.append(reinterpret_cast<const char*>(header), sizeof header);
+  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+      send(fd, request.constData(), size_t(request.size()), MSG_NOSIGNAL) == request.size()) {
+    const QByteArray head = receive(14);
+    uint32_t length = 0;
+    if (head.size() == 14 && head.startsWith("i3-ipc")) memcpy(&length, head.constData() + 6, sizeof length);
+    if (length < (1u << 24)) reply = receive(length);
+  }
+  close(fd);
+  return reply;
 }
 }  // namespace
 
@@ -81,27 +124,23 @@ bool TilingWindowManager() { return WindowManagerName() == QStringLiteral("i3");
 
 bool TilingDesktop() { return OnWayland() || TilingWindowManager(); }
 
-void PutOnDesktopAt(QWindow* window, QPoint origin) {
+void PutOnI3WorkspaceOf(QWindow* window, const QString& output) {
   auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
   if (!x11) return;
   xcb_connection_t* connection = x11->connection();
   const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-  const QByteArray viewports = ReadProperty(connection, root, Atom(connection, "_NET_DESKTOP_VIEWPORT"), XCB_ATOM_CARDINAL);
-  const QByteArray current = ReadProperty(connection, root, Atom(connection, "_NET_CURRENT_DESKTOP"), XCB_ATOM_CARDINAL);
-  const auto at = [&](uint32_t desktop) {
-    uint32_t xy[2];
-    if (uint64_t(viewports.size()) < (uint64_t(desktop) + 1) * sizeof xy) return false;
-    memcpy(xy, viewports.constData() + desktop * sizeof xy, sizeof xy);
-    return QPoint(int(xy[0]), int(xy[1])) == origin;
-  };
-  // The current desktop where it is there, else the first one there.
-  uint32_t desktop = UINT32_MAX;
-  if (current.size() == 4) memcpy(&desktop, current.constData(), 4);
-  for (uint32_t other = 0; !at(desktop) && other < viewports.size() / 8u; ++other) desktop = other;
-  if (!at(desktop)) return;
+  QByteArray shown;
+  for (const QJsonValue workspace : QJsonDocument::fromJson(AskI3(connection, root, kI3GetWorkspaces)).array())
+    if (workspace["visible"].toBool() && workspace["output"].toString() == output) shown = workspace["name"].toString().toUtf8();
+  // A window's desktop is its workspace's place among i3's desktop names.
+  const xcb_atom_t utf8 = Atom(connection, "UTF8_STRING");
+  const QList<QByteArray> names = ReadProperty(connection, root, Atom(connection, "_NET_DESKTOP_NAMES"), utf8).split('\0');
+  const qsizetype desktop = shown.isEmpty() ? -1 : names.indexOf(shown);
+  if (desktop < 0) return;
+  const auto value = static_cast<uint32_t>(desktop);
   const auto id = static_cast<xcb_window_t>(window->winId());
   xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id, Atom(connection, "_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL, 32, 1,
-                      &desktop);
+                      &value);
   xcb_flush(connection);
 }
 

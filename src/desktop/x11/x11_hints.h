@@ -18,10 +18,9 @@ bool OnWayland();
 // The X11 window manager's name (_NET_WM_NAME of its check window), "" elsewhere.
 QString WindowManagerName();
 
-// Puts the window, before it is mapped, on the desktop shown at `origin` (with i3, a workspace of
-// the output there): the current one if it is there, else the first. Where desktops are not tied
-// to outputs (their viewports all at 0,0), only the current one at the first output.
-void PutOnDesktopAt(QWindow* window, QPoint origin);
+// Puts the window, before it is mapped, on the workspace that i3 shows on `output`: i3 opens a
+// window on the focused output's, wherever it asks to be. Where i3 can't be asked, it does that.
+void PutOnI3WorkspaceOf(QWindow* window, const QString& output);
 
 // Whether windows are laid out by the display server as a tiling one does (sway, or i3 on X11):
 // a new window goes into a tile whatever it asks, one of a fixed size floats where it asks, and a
