@@ -50,8 +50,18 @@ foreach(size IN LISTS LUMOX_ICON_SIZES)
 endforeach()
 install(FILES ${packaging_out}/lumox.6.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man6 COMPONENT data)
 # GNOME Shell's extension that makes Lumox the background there; it runs the Lumox beside it.
-install(DIRECTORY ${packaging_src}/gnome-shell/lumox-wallpaper@lumox
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/gnome-shell/extensions COMPONENT data)
+# Its settings' schema goes compiled in its own folder, where the Shell of a ~/.local install
+# looks as well as that of the package.
+set(extension_src ${packaging_src}/gnome-shell/lumox-wallpaper@lumox)
+find_program(GLIB_COMPILE_SCHEMAS glib-compile-schemas REQUIRED)
+file(GLOB extension_schemas ${extension_src}/schemas/*.gschema.xml)
+add_custom_command(OUTPUT ${packaging_out}/schemas/gschemas.compiled
+  COMMAND ${GLIB_COMPILE_SCHEMAS} --strict --targetdir=${packaging_out}/schemas ${extension_src}/schemas
+  DEPENDS ${extension_schemas} VERBATIM)
+add_custom_target(extension_schemas ALL DEPENDS ${packaging_out}/schemas/gschemas.compiled)
+set(extension_dir ${CMAKE_INSTALL_DATADIR}/gnome-shell/extensions/lumox-wallpaper@lumox)
+install(DIRECTORY ${extension_src}/ DESTINATION ${extension_dir} COMPONENT data)
+install(FILES ${packaging_out}/schemas/gschemas.compiled DESTINATION ${extension_dir}/schemas COMPONENT data)
 # The screensaver's settings dialog, its sliders' ranges and defaults filled in from the program's.
 add_executable(saver_settings ${packaging_src}/saver_settings.cpp)
 target_link_libraries(saver_settings PRIVATE lumox_core)

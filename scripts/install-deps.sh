@@ -10,6 +10,8 @@ packages=(
   qt6-wayland libxcb1-dev libxcb-randr0-dev
   # The layer-shell host: plain Wayland client, EGL and the protocol descriptions.
   libwayland-dev libegl-dev wayland-protocols libwayland-bin
+  # The GNOME extension's settings schema, compiled at build time.
+  libglib2.0-bin
   # The desktops the end-to-end tests run on: X11 window managers and a headless Wayland compositor.
   xfwm4 metacity i3-wm sway wtype grim foot xprintidle
   # Weston, headless: a compositor without the layer shell.

@@ -275,6 +275,16 @@ bool Flying(const Desktop& desktop, const std::string& output, QRect area) {
          WaitFor([&] { return DifferentPixels(first, shot()) > 50; }, 3000);
 }
 
+double SeamLikeness(const QImage& shot, int edge, int top, int bottom) {
+  int apart = 0, light = 0;
+  for (int y = top; y < bottom; ++y) {
+    const int l = Level(shot.pixel(edge - 1, y)), r = Level(shot.pixel(edge, y));
+    apart += std::abs(l - r);
+    light += l + r;
+  }
+  return light < 500 ? -1.0 : 1.0 - double(apart) / light;
+}
+
 double CpuShare(const std::function<long()>& ticks, int ms) {
   const long before = ticks();
   const auto start = std::chrono::steady_clock::now();

@@ -223,6 +223,9 @@ using testing::LitPixels, testing::ColourPixels, testing::Green, testing::GreenP
 int DifferentPixels(const QImage& a, const QImage& b);
 // The output (or `area` of the screen) shows a star field: lit pixels on black, and it moves.
 bool Flying(const Desktop& desktop, const std::string& output, QRect area = {});
+// How alike the columns on either side of x = `edge` are from row `top` to `bottom`: 1 where they
+// carry the same light row by row, near 0 for unrelated fields; -1 where too little light falls there.
+double SeamLikeness(const QImage& shot, int edge, int top, int bottom);
 // Lumox's share of one core over the next `ms` of wall time; any process's, from its CPU ticks.
 double CpuShare(const Desktop& desktop, int ms);
 double CpuShare(const std::function<long()>& ticks, int ms);

@@ -44,19 +44,31 @@ bool Cover(const GnomeShell& shell, int monitor, const QRect& area) {
   }, 20000);
 }
 
+// A keyboard of the Shell's own seat, once the seat has it (keys before then are lost); then Alt
+// and a letter on it, for the focused window.
+constexpr char kSeat[] = "const {Clutter} = imports.gi; const seat = Clutter.get_default_backend().get_default_seat(), "
+                        "keyboard = Clutter.InputDeviceType.KEYBOARD_DEVICE;";
+bool PlugKeyboard(const GnomeShell& shell) {
+  const std::string keyboards = std::string(kSeat) + "seat.list_devices().filter(d => d.get_device_type() === keyboard).length";
+  const std::string before = shell.Eval(keyboards);
+  shell.Eval(std::string(kSeat) + "global.lumoxKeyboard = seat.create_virtual_device(keyboard); 1");
+  return WaitFor([&] { return shell.Eval(keyboards) != before; });
+}
+void AltKey(const GnomeShell& shell, const std::string& letter) {
+  shell.Eval("const {Clutter} = imports.gi; for (const [key, state] of [['Alt_L', 1], ['" + letter + "', 1], ['" + letter +
+             "', 0], ['Alt_L', 0]]) global.lumoxKeyboard.notify_keyval(GLib.get_monotonic_time(), Clutter[`KEY_${key}`], state); 1");
+}
+
 TEST(GnomeE2E, TheExtensionFliesUnderEveryWindowOnEachMonitorOutOfTheListsAndEndsWithIt) {
   GnomeShell shell({{1280, 720}, {800, 600}});
   ASSERT_TRUE(shell.Started()) << shell.Log();
   ASSERT_TRUE(WaitFor([&] { return shell.Lumox() > 0; }, 20000)) << shell.Log();
   const QRect one = Monitor(shell, 0), two = Monitor(shell, 1);
-  // One window a monitor, over all of it but the top bar: a moving star field on each.
+  // One window a monitor, over all of it, the top bar's strip too: a moving star field on each.
   const auto at = [](const QRect& r) {
     return std::to_string(r.x()) + " " + std::to_string(r.y()) + " " + std::to_string(r.width()) + " " + std::to_string(r.height());
   };
-  const std::string bar = shell.Eval("Main.panel.height");
-  ASSERT_TRUE(WaitFor([&] {
-    return shell.Eval(kLumoxWindows) == at(one.adjusted(0, std::stoi("0" + bar), 0, 0)) + ", " + at(two);
-  }, 20000)) << shell.Eval(kLumoxWindows);
+  ASSERT_TRUE(WaitFor([&] { return shell.Eval(kLumoxWindows) == at(one) + ", " + at(two); }, 20000)) << shell.Eval(kLumoxWindows);
   EXPECT_TRUE(FliesIn(shell, one.adjusted(0, one.height() / 4, 0, 0)));
   EXPECT_TRUE(FliesIn(shell, two.adjusted(0, two.height() / 4, 0, 0)));
   // Out of alt-tab and the window list, and out of the overview, which shows no window that skips the taskbar.
@@ -104,6 +116,33 @@ TEST(GnomeE2E, ALumoxThatEndsIsStartedAgainAFewTimesAMinute) {
   EXPECT_TRUE(WaitFor([&] { return shell.Log().find("ended 3 times within a minute; not started again") != std::string::npos; }))
       << shell.Log();
   EXPECT_EQ(shell.Lumox(), -1);
+}
+
+// The extension's page in the Extensions app, each switch turned over with Alt and its letter:
+// Lumox starts anew with that option, and across all monitors their pictures line up at their edge.
+TEST(GnomeE2E, TheExtensionsSettingsStartLumoxAnewAcrossAllMonitorsAndPausingOnBattery) {
+  GnomeShell shell({{800, 600}, {640, 480}});
+  ASSERT_TRUE(shell.Started()) << shell.Log();
+  // Slow and unturned, with stars large enough to fall on the edge.
+  shell.Shell("mkdir -p .local/share && printf '0\\n0.0002\\n170\\n12\\n50000\\n' > .local/share/LumoxPrefs");
+  ASSERT_TRUE(WaitFor([&] { return shell.Lumox() > 0; }, 20000)) << shell.Log();
+  const auto options = [&] { return RunCommand("tr '\\0' ' ' < /proc/" + std::to_string(shell.Lumox()) + "/cmdline 2>&1"); };
+  ASSERT_TRUE(PlugKeyboard(shell));
+  shell.Shell("gnome-extensions prefs lumox-wallpaper@lumox");
+  ASSERT_TRUE(WaitFor([&] { return shell.Eval("global.display.focus_window?.get_title()") == "Lumox wallpaper"; }, 20000));
+  for (const auto& [letter, line] : {std::pair("p", "--pause-on-battery "), {"f", "--span --pause-on-battery "}}) {
+    AltKey(shell, letter);
+    EXPECT_TRUE(WaitFor([&] { return options().ends_with(std::string("--wallpaper --gnome-shell ") + line); }, 20000))
+        << letter << ": " << options();
+  }
+  shell.Eval("global.display.focus_window.delete(global.get_current_time()); 1");
+  // No UPower on this system bus: it flies all the same.
+  const QRect two = Monitor(shell, 1);
+  const int bar = std::stoi("0" + shell.Eval("Main.panel.height"));
+  double likeness = 0.0;
+  EXPECT_TRUE(WaitFor([&] { return (likeness = SeamLikeness(shell.Screenshot(), two.x(), bar, two.height())) > 0.6; }))
+      << likeness;
+  EXPECT_EQ(shell.Log().find("JS ERROR"), std::string::npos) << shell.Log();
 }
 
 }  // namespace

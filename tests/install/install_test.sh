@@ -15,7 +15,8 @@ fail() { echo "FAIL: $*" >&2; exit 1; }
 data_files() {
   { printf '%s\n' "$1/lumox" share/applications/$id.desktop share/metainfo/$id.metainfo.xml share/man/man6/lumox.6.gz \
       share/xscreensaver/config/lumox.xml libexec/xscreensaver/lumox libexec/xsecurelock/saver_lumox \
-      lib/systemd/user/lumox-wallpaper.service share/gnome-shell/extensions/lumox-wallpaper@lumox/{metadata.json,extension.js}
+      lib/systemd/user/lumox-wallpaper.service share/gnome-shell/extensions/lumox-wallpaper@lumox/{metadata.json,extension.js,prefs.js} \
+      share/gnome-shell/extensions/lumox-wallpaper@lumox/schemas/{gschemas.compiled,org.gnome.shell.extensions.lumox-wallpaper.gschema.xml}
     for s in "${sizes[@]}"; do echo "share/icons/hicolor/${s}x${s}/apps/$id.png"; done; } | sort
 }
 

@@ -1,14 +1,18 @@
 // Lumox as the desktop's background on GNOME Shell. The Shell starts `lumox --wallpaper
-// --gnome-shell` as a Wayland client of its own, whose windows (one a monitor, titled "Lumox"
-// and the monitor's connector) it keeps under every window, out of the window lists and the
-// overview, on every workspace, at their monitor's geometry, never focused.
+// --gnome-shell` (and the options its settings turn on) as a Wayland client of its own, whose
+// windows (one a monitor, titled "Lumox" and the monitor's connector) it keeps under every
+// window, out of the window lists and the overview, on every workspace, at their monitor's
+// geometry, never focused.
 'use strict';
 
 const {Gio, GLib, Meta} = imports.gi;
+const ExtensionUtils = imports.misc.extensionUtils;
 const Main = imports.ui.main;
 
 // A Lumox that ends on its own is started again, this many times a minute at most.
 const kStartsAMinute = 3;
+// The extension's settings, each Lumox's option of the same name.
+const kOptions = ['span', 'pause-on-battery'];
 
 class LumoxWallpaper {
   constructor(dir) {
@@ -21,13 +25,15 @@ class LumoxWallpaper {
 
   enable() {
     const display = global.display;
+    this._settings = ExtensionUtils.getSettings();
     this._signals = [
+      [this._settings, this._settings.connect('changed', () => this._restart())],
       [display, display.connect('window-created', (_, window) => this._adopt(window))],
       [display, display.connect('restacked', () => { this._lower(); this._showUncovered(); })],
       ...['size-changed', 'minimize', 'unminimize', 'switch-workspace'].map(change =>
         [global.window_manager, global.window_manager.connect(change, () => this._showUncovered())]),
       [display, display.connect('notify::focus-window', () => this._giveFocusBack())],
-      // The top bar's strut may come after our windows are placed: a new work area places them again.
+      // A new work area makes mutter hold every window inside it again: ours go back over the whole monitor.
       [display, display.connect('workareas-changed', () => this._windows().forEach(w => this._place(w)))],
       [Main.layoutManager, Main.layoutManager.connect('monitors-changed', () => this._windows().forEach(w => this._place(w)))],
     ];
@@ -50,11 +56,22 @@ class LumoxWallpaper {
     }
     this._starts.push(now);
     this._client = Meta.WaylandClient.new(new Gio.SubprocessLauncher({flags: Gio.SubprocessFlags.NONE}));
-    const process = this._client.spawnv(global.display, [this._program, '--wallpaper', '--gnome-shell']);
+    const options = kOptions.filter(name => this._settings.get_boolean(name)).map(name => `--${name}`);
+    const process = this._client.spawnv(global.display, [this._program, '--wallpaper', '--gnome-shell', ...options]);
     this._process = process;
     process.wait_async(null, () => {
       if (this._process === process) this._start();  // it ended on its own
     });
+  }
+
+  // A changed setting: a running Lumox ends, and its end starts the next with it; one given up on
+  // starts again. The user's change is no crash.
+  _restart() {
+    this._starts = [];
+    if (this._process?.get_identifier())
+      this._process.send_signal(15);
+    else
+      this._start();
   }
 
   _windows() {
@@ -80,18 +97,20 @@ class LumoxWallpaper {
       window.connect(change, () => this._place(window));
   }
 
-  // At the work area of the monitor its title names (the top bar keeps the rest).
+  // Over the whole of the monitor its title names, the top bar's strip too, as the Shell's own
+  // background is: a see-through bar shows the stars, and one picture across monitors lines up.
   _place(window) {
     const [, connector] = /^Lumox (.+)$/.exec(window.get_title() ?? '') ?? [];
     const monitor = connector ? Meta.MonitorManager.get().get_monitor_for_connector(connector) : -1;
     if (monitor < 0) return;
-    const area = Main.layoutManager.getWorkAreaForMonitor(monitor);
+    const area = global.display.get_monitor_geometry(monitor);
     const now = window.get_frame_rect();
     if (now.x === area.x && now.y === area.y && now.width === area.width && now.height === area.height) return;
     // Mutter maximizes a new window nearly as big as the screen, and then it can't be moved.
     if (window.get_maximized()) window.unmaximize(Meta.MaximizeFlags.BOTH);
     if (window.get_monitor() !== monitor) window.move_to_monitor(monitor);
-    window.move_resize_frame(false, area.x, area.y, area.width, area.height);
+    // As the user's move: mutter keeps its own moves of a window inside the work area.
+    window.move_resize_frame(true, area.x, area.y, area.width, area.height);
   }
 
   // Below every other window; a window lowered already is left, so lowering ends.
