@@ -1,6 +1,7 @@
 // Lumox as GNOME Shell's wallpaper, through its extension, on a real Shell.
 #include <signal.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include "e2e/gnome_shell.h"
@@ -19,6 +20,17 @@ QRect Monitor(const GnomeShell& shell, int index) {
   int x = 0, y = 0, w = 0, h = 0;
   in >> x >> y >> w >> h;
   return QRect(x, y, w, h);
+}
+
+// Each monitor's geometry as kLumoxWindows gives a window's.
+std::string Places(const GnomeShell& shell) {
+  std::string places;
+  for (int monitor = 0; monitor < std::stoi("0" + shell.Eval("global.display.get_n_monitors()")); ++monitor) {
+    const QRect r = Monitor(shell, monitor);
+    places += (monitor ? ", " : "") + std::to_string(r.x()) + " " + std::to_string(r.y()) + " " + std::to_string(r.width()) +
+              " " + std::to_string(r.height());
+  }
+  return places;
 }
 
 bool FliesIn(const GnomeShell& shell, const QRect& area) {
@@ -65,10 +77,7 @@ TEST(GnomeE2E, TheExtensionFliesUnderEveryWindowOnEachMonitorOutOfTheListsAndEnd
   ASSERT_TRUE(WaitFor([&] { return shell.Lumox() > 0; }, 20000)) << shell.Log();
   const QRect one = Monitor(shell, 0), two = Monitor(shell, 1);
   // One window a monitor, over all of it, the top bar's strip too: a moving star field on each.
-  const auto at = [](const QRect& r) {
-    return std::to_string(r.x()) + " " + std::to_string(r.y()) + " " + std::to_string(r.width()) + " " + std::to_string(r.height());
-  };
-  ASSERT_TRUE(WaitFor([&] { return shell.Eval(kLumoxWindows) == at(one) + ", " + at(two); }, 20000)) << shell.Eval(kLumoxWindows);
+  ASSERT_TRUE(WaitFor([&] { return shell.Eval(kLumoxWindows) == Places(shell); }, 20000)) << shell.Eval(kLumoxWindows);
   EXPECT_TRUE(FliesIn(shell, one.adjusted(0, one.height() / 4, 0, 0)));
   EXPECT_TRUE(FliesIn(shell, two.adjusted(0, two.height() / 4, 0, 0)));
   // Out of alt-tab and the window list, and out of the overview, which shows no window that skips the taskbar.
@@ -134,6 +143,15 @@ TEST(GnomeE2E, TheExtensionsSettingsStartLumoxAnewAcrossAllMonitorsAndPausingOnB
     AltKey(shell, letter);
     EXPECT_TRUE(WaitFor([&] { return options().ends_with(std::string("--wallpaper --gnome-shell ") + line); }, 20000))
         << letter << ": " << options();
+    // The windows of the Lumox before go with it, not when the Shell next collects its garbage.
+    std::string windows;
+    long most = 0;  // windows at once
+    EXPECT_TRUE(WaitFor([&] {
+      windows = shell.Eval(kLumoxWindows);
+      most = std::max(most, std::count(windows.begin(), windows.end(), ',') + !windows.empty());
+      return windows == Places(shell);
+    })) << windows;
+    EXPECT_EQ(most, 2) << letter;
   }
   shell.Eval("global.display.focus_window.delete(global.get_current_time()); 1");
   // No UPower on this system bus: it flies all the same.
@@ -143,6 +161,37 @@ TEST(GnomeE2E, TheExtensionsSettingsStartLumoxAnewAcrossAllMonitorsAndPausingOnB
   EXPECT_TRUE(WaitFor([&] { return (likeness = SeamLikeness(shell.Screenshot(), two.x(), bar, two.height())) > 0.6; }))
       << likeness;
   EXPECT_EQ(shell.Log().find("JS ERROR"), std::string::npos) << shell.Log();
+}
+
+// GNOME's physical layout, its default, gives a monitor's size in device pixels: at scale 2 the
+// flight still takes the defaults of the monitor's logical width, so it shows the same stars as at
+// scale 1, each twice as wide: no more than four times the lit pixels of the same area at scale 1.
+TEST(GnomeE2E, AMonitorAtScaleTwoShowsTheStarsOfItsLogicalWidth) {
+  GnomeShell shell({{1280, 720}, {2560, 1440}});
+  ASSERT_TRUE(shell.Started()) << shell.Log();
+  pid_t first = -1;
+  ASSERT_TRUE(WaitFor([&] { return (first = shell.Lumox()) > 0; }, 20000)) << shell.Log();
+  // As the Settings panel does; the flight takes its defaults at its start, here a restart.
+  shell.Shell("gdbus call --session --dest org.gnome.Mutter.DisplayConfig --object-path /org/gnome/Mutter/DisplayConfig "
+              "--method org.gnome.Mutter.DisplayConfig.ApplyMonitorsConfig 2 1 \"[(0, 0, 1.0, 0, true, [('Meta-0', "
+              "'1280x720@60.000', @a{sv} {})]), (1280, 0, 2.0, 0, false, [('Meta-1', '2560x1440@60.000', @a{sv} {})])]\" "
+              "'@a{sv} {}'");
+  ASSERT_TRUE(WaitFor([&] { return shell.Eval("global.display.get_monitor_scale(1)") == "2"; })) << shell.Log();
+  kill(first, SIGTERM);
+  ASSERT_TRUE(WaitFor([&] { return shell.Lumox() > 0 && shell.Lumox() != first; }, 20000)) << shell.Log();
+  ASSERT_TRUE(WaitFor([&] { return shell.Eval(kLumoxWindows) == Places(shell); }, 20000)) << shell.Eval(kLumoxWindows);
+  // The same logical area of each, clear of the top bar and its notices.
+  const QRect one(0, 200, 1280, 520), two(1280, 400, 2560, 1040);
+  ASSERT_TRUE(FliesIn(shell, two));
+  long lit_one = 0, lit_two = 0;
+  for (int shot = 0; shot < 6; ++shot) {
+    const QImage image = shell.Screenshot();
+    lit_one += LitPixels(image.copy(one));
+    lit_two += LitPixels(image.copy(two));
+  }
+  std::printf("Lit pixels of one logical area: %ld at scale 1, %ld at scale 2\n", lit_one, lit_two);
+  EXPECT_GT(lit_two, lit_one);
+  EXPECT_LT(lit_two, 4 * lit_one);
 }
 
 }  // namespace

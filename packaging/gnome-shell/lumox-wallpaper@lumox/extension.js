@@ -55,9 +55,13 @@ class LumoxWallpaper {
       return;
     }
     this._starts.push(now);
-    this._client = Meta.WaylandClient.new(new Gio.SubprocessLauncher({flags: Gio.SubprocessFlags.NONE}));
+    const launcher = new Gio.SubprocessLauncher({flags: Gio.SubprocessFlags.NONE});
+    this._client = Meta.WaylandClient.new(launcher);
     const options = kOptions.filter(name => this._settings.get_boolean(name)).map(name => `--${name}`);
     const process = this._client.spawnv(global.display, [this._program, '--wallpaper', '--gnome-shell', ...options]);
+    // The launcher holds the client's end of the Wayland socket until it is collected: closed now,
+    // the connection ends with the process, and so do its windows.
+    launcher.close();
     this._process = process;
     process.wait_async(null, () => {
       if (this._process === process) this._start();  // it ended on its own
