@@ -77,7 +77,8 @@ TEST(GnomeE2E, TheExtensionFliesUnderEveryWindowOnEachMonitorOutOfTheListsAndEnd
   ASSERT_TRUE(WaitFor([&] { return shell.Lumox() > 0; }, 20000)) << shell.Log();
   const QRect one = Monitor(shell, 0), two = Monitor(shell, 1);
   // One window a monitor, over all of it, the top bar's strip too: a moving star field on each.
-  ASSERT_TRUE(WaitFor([&] { return shell.Eval(kLumoxWindows) == Places(shell); }, 20000)) << shell.Eval(kLumoxWindows);
+  const std::string places = Places(shell);
+  ASSERT_TRUE(WaitFor([&] { return shell.Eval(kLumoxWindows) == places; }, 20000)) << shell.Eval(kLumoxWindows);
   EXPECT_TRUE(FliesIn(shell, one.adjusted(0, one.height() / 4, 0, 0)));
   EXPECT_TRUE(FliesIn(shell, two.adjusted(0, two.height() / 4, 0, 0)));
   // Out of alt-tab and the window list, and out of the overview, which shows no window that skips the taskbar.
@@ -139,6 +140,7 @@ TEST(GnomeE2E, TheExtensionsSettingsStartLumoxAnewAcrossAllMonitorsAndPausingOnB
   ASSERT_TRUE(PlugKeyboard(shell));
   shell.Shell("gnome-extensions prefs lumox-wallpaper@lumox");
   ASSERT_TRUE(WaitFor([&] { return shell.Eval("global.display.focus_window?.get_title()") == "Lumox wallpaper"; }, 20000));
+  const std::string places = Places(shell);
   for (const auto& [letter, line] : {std::pair("p", "--pause-on-battery "), {"f", "--span --pause-on-battery "}}) {
     AltKey(shell, letter);
     EXPECT_TRUE(WaitFor([&] { return options().ends_with(std::string("--wallpaper --gnome-shell ") + line); }, 20000))
@@ -149,7 +151,7 @@ TEST(GnomeE2E, TheExtensionsSettingsStartLumoxAnewAcrossAllMonitorsAndPausingOnB
     EXPECT_TRUE(WaitFor([&] {
       windows = shell.Eval(kLumoxWindows);
       most = std::max(most, std::count(windows.begin(), windows.end(), ',') + !windows.empty());
-      return windows == Places(shell);
+      return windows == places;
     })) << windows;
     EXPECT_EQ(most, 2) << letter;
   }
@@ -179,7 +181,8 @@ TEST(GnomeE2E, AMonitorAtScaleTwoShowsTheStarsOfItsLogicalWidth) {
   ASSERT_TRUE(WaitFor([&] { return shell.Eval("global.display.get_monitor_scale(1)") == "2"; })) << shell.Log();
   kill(first, SIGTERM);
   ASSERT_TRUE(WaitFor([&] { return shell.Lumox() > 0 && shell.Lumox() != first; }, 20000)) << shell.Log();
-  ASSERT_TRUE(WaitFor([&] { return shell.Eval(kLumoxWindows) == Places(shell); }, 20000)) << shell.Eval(kLumoxWindows);
+  const std::string places = Places(shell);
+  ASSERT_TRUE(WaitFor([&] { return shell.Eval(kLumoxWindows) == places; }, 20000)) << shell.Eval(kLumoxWindows);
   // The same logical area of each, clear of the top bar and its notices.
   const QRect one(0, 200, 1280, 520), two(1280, 400, 2560, 1040);
   ASSERT_TRUE(FliesIn(shell, two));
