@@ -21,6 +21,7 @@ class LumoxWallpaper {
     const installed = ['bin/lumox', 'games/lumox'].map(path => prefix.resolve_relative_path(path));
     this._program = (installed.find(file => file.query_exists(null)) ?? installed[0]).get_path();
     this._starts = [];
+    this._leaving = [];  // Lumoxes that a changed setting replaces, each {client, process}
   }
 
   enable() {
@@ -45,6 +46,7 @@ class LumoxWallpaper {
     const process = this._process;
     this._process = this._client = null;
     process?.send_signal(15);  // SIGTERM: its windows go, and the Shell's background shows again
+    this._endLeaving();
   }
 
   _start() {
@@ -64,31 +66,52 @@ class LumoxWallpaper {
     launcher.close();
     this._process = process;
     process.wait_async(null, () => {
+      this._leaving = this._leaving.filter(leaving => leaving.process !== process);
       if (this._process === process) this._start();  // it ended on its own
     });
   }
 
-  // A changed setting: a running Lumox ends, and its end starts the next with it; one given up on
-  // starts again. The user's change is no crash.
+  // A changed setting starts the next Lumox beside the running one, which ends once the new one's
+  // windows cover every monitor (or after a few seconds): no moment of the Shell's own background.
+  // One given up on starts again; the user's change is no crash.
   _restart() {
     this._starts = [];
     if (this._process?.get_identifier())
-      this._process.send_signal(15);
-    else
-      this._start();
+      this._leaving.push({client: this._client, process: this._process});
+    this._start();
+    if (!this._handOverLimit)
+      this._handOverLimit = GLib.timeout_add_seconds(GLib.PRIORITY_DEFAULT, 3, () => this._endLeaving());
+  }
+
+  _handOver() {
+    const placed = this._windows().filter(w => this._client?.owns_window(w) && this._place(w));
+    if (placed.length === global.display.get_n_monitors()) this._endLeaving();
+  }
+
+  _endLeaving() {
+    this._leaving.forEach(({process}) => process.send_signal(15));
+    this._leaving = [];
+    if (this._handOverLimit) GLib.source_remove(this._handOverLimit);
+    this._handOverLimit = null;
+    return GLib.SOURCE_REMOVE;
   }
 
   _windows() {
     return global.get_window_actors().map(actor => actor.meta_window).filter(window => this._ours(window));
   }
 
+  _clientOf(window) {
+    return [this._client, ...this._leaving.map(leaving => leaving.client)].find(client => client?.owns_window(window));
+  }
+
   _ours(window) {
-    return this._client?.owns_window(window) ?? false;
+    return this._clientOf(window) !== undefined;
   }
 
   _adopt(window) {
-    if (!this._ours(window)) return;
-    this._client.hide_from_window_list(window);
+    const client = this._clientOf(window);
+    if (!client) return;
+    client.hide_from_window_list(window);
     window.stick();
     // The window has no actor yet, and may have no title: both come by the time it shows. Mutter
     // places a new window where it likes, and may move it again: it goes back to its monitor.
@@ -96,25 +119,26 @@ class LumoxWallpaper {
       window.get_compositor_private().reactive = false;
       this._place(window);
       this._lower();
+      this._handOver();
     });
     for (const change of ['notify::title', 'position-changed', 'size-changed'])
-      window.connect(change, () => this._place(window));
+      window.connect(change, () => this._place(window) && this._handOver());
   }
 
   // Over the whole of the monitor its title names, the top bar's strip too, as the Shell's own
   // background is: a see-through bar shows the stars, and one picture across monitors lines up.
+  // Whether it is there already.
   _place(window) {
     const [, connector] = /^Lumox (.+)$/.exec(window.get_title() ?? '') ?? [];
     const monitor = connector ? Meta.MonitorManager.get().get_monitor_for_connector(connector) : -1;
-    if (monitor < 0) return;
+    if (monitor < 0) return false;
     const area = global.display.get_monitor_geometry(monitor);
     const now = window.get_frame_rect();
-    if (now.x === area.x && now.y === area.y && now.width === area.width && now.height === area.height) return;
-    // Mutter maximizes a new window nearly as big as the screen, and then it can't be moved.
-    if (window.get_maximized()) window.unmaximize(Meta.MaximizeFlags.BOTH);
+    if (now.x === area.x && now.y === area.y && now.width === area.width && now.height === area.height) return true;
     if (window.get_monitor() !== monitor) window.move_to_monitor(monitor);
     // As the user's move: mutter keeps its own moves of a window inside the work area.
     window.move_resize_frame(true, area.x, area.y, area.width, area.height);
+    return false;
   }
 
   // Below every other window; a window lowered already is left, so lowering ends.

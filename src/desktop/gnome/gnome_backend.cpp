@@ -67,7 +67,9 @@ class GnomeSurface : public OpenGLSurface {
     setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput);
     setTitle(QStringLiteral("Lumox ") + screen->name());
     setScreen(screen);
-    resize(screen->geometry().size() / divisor);
+    // Half the monitor, for the extension to stretch: mutter maximizes a new window nearly as big as
+    // its work area, and a maximized window goes back there after the extension has placed it.
+    resize(screen->geometry().size() / divisor / 2);
     show();
   }
   bool TakesFrames() const override { return isExposed(); }
