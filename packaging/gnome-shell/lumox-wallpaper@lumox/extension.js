@@ -22,6 +22,9 @@ class LumoxWallpaper {
     this._program = (installed.find(file => file.query_exists(null)) ?? installed[0]).get_path();
     this._starts = [];
     this._leaving = [];  // Lumoxes that a changed setting replaces, each {client, process}
+    // Windows that have shown. Mutter maximizes a window nearly as big as its work area as it first
+    // shows, so ours are stretched over their monitor only after.
+    this._shown = new WeakSet();
   }
 
   enable() {
@@ -117,6 +120,7 @@ class LumoxWallpaper {
     // places a new window where it likes, and may move it again: it goes back to its monitor.
     window.connect('shown', () => {
       window.get_compositor_private().reactive = false;
+      this._shown.add(window);
       this._place(window);
       this._lower();
       this._handOver();
@@ -131,7 +135,7 @@ class LumoxWallpaper {
   _place(window) {
     const [, connector] = /^Lumox (.+)$/.exec(window.get_title() ?? '') ?? [];
     const monitor = connector ? Meta.MonitorManager.get().get_monitor_for_connector(connector) : -1;
-    if (monitor < 0) return false;
+    if (monitor < 0 || !this._shown.has(window)) return false;
     const area = global.display.get_monitor_geometry(monitor);
     const now = window.get_frame_rect();
     if (now.x === area.x && now.y === area.y && now.width === area.width && now.height === area.height) return true;

@@ -67,8 +67,8 @@ class GnomeSurface : public OpenGLSurface {
     setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput);
     setTitle(QStringLiteral("Lumox ") + screen->name());
     setScreen(screen);
-    // Half the monitor, for the extension to stretch: mutter maximizes a new window nearly as big as
-    // its work area, and a maximized window goes back there after the extension has placed it.
+    // Half the monitor, for the extension to stretch once it shows: mutter maximizes a window
+    // nearly as big as its work area as it first shows, into the work area.
     resize(screen->geometry().size() / divisor / 2);
     show();
   }
