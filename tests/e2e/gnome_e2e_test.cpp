@@ -132,6 +132,11 @@ TEST(GnomeE2E, ALumoxThatEndsIsStartedAgainAFewTimesAMinute) {
   EXPECT_TRUE(WaitFor([&] { return shell.Log().find("ended 3 times within a minute; not started again") != std::string::npos; }))
       << shell.Log();
   EXPECT_EQ(shell.Lumox(), -1);
+  EXPECT_EQ(shell.Eval("Main.messageTray.getSources().flatMap(s => s.notifications).some(n => n.title === "
+                       "'The Lumox wallpaper stopped')"), "true");
+  // Turned off and on, it gets its chances again.
+  shell.Shell("gnome-extensions disable lumox-wallpaper@lumox; gnome-extensions enable lumox-wallpaper@lumox");
+  EXPECT_TRUE(WaitFor([&] { return shell.Lumox() > 0; }, 20000)) << shell.Log();
 }
 
 // The extension's page in the Extensions app, each switch turned over with Alt and its letter:

@@ -30,6 +30,7 @@ class LumoxWallpaper {
   enable() {
     const display = global.display;
     this._settings = ExtensionUtils.getSettings();
+    this._starts = [];  // turned off and on, a Lumox given up on gets its chances again
     this._signals = [
       [this._settings, this._settings.connect('changed', () => this._restart())],
       [display, display.connect('window-created', (_, window) => this._adopt(window))],
@@ -57,6 +58,8 @@ class LumoxWallpaper {
     this._starts = this._starts.filter(then => now - then < 60);
     if (this._starts.length === kStartsAMinute) {
       log(`Lumox wallpaper: ${this._program} ended ${kStartsAMinute} times within a minute; not started again`);
+      Main.notify('The Lumox wallpaper stopped', `Lumox ended ${kStartsAMinute} times within a minute. ` +
+        'Turn the extension off and on again to try once more.');
       return;
     }
     this._starts.push(now);
