@@ -2,6 +2,7 @@
 #include <signal.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <sstream>
 
 #include "e2e/gnome_shell.h"
@@ -178,19 +179,33 @@ TEST(GnomeE2E, TheExtensionsSettingsStartLumoxAnewAcrossAllMonitorsAndPausingOnB
   EXPECT_EQ(shell.Log().find("JS ERROR"), std::string::npos) << shell.Log();
 }
 
+// One monitor in a row as mutter's DisplayConfig takes it; the one at the left is the primary.
+std::string Logical(int x, int scale, const std::string& connector, const std::string& mode) {
+  return "(" + std::to_string(x) + ", 0, " + std::to_string(scale) + ".0, 0, " + (x ? "false" : "true") + ", [('" +
+         connector + "', '" + mode + "@60.000', @a{sv} {})])";
+}
+
+// The monitors laid out anew, as the Settings panel does it.
+void LayOut(const GnomeShell& shell, const std::string& logical_monitors) {
+  const std::string call = "gdbus call --session --dest org.gnome.Mutter.DisplayConfig --object-path "
+                           "/org/gnome/Mutter/DisplayConfig --method org.gnome.Mutter.DisplayConfig.";
+  unsigned serial = 0;
+  std::sscanf(shell.Shell(call + "GetCurrentState").c_str(), "(uint32 %u", &serial);
+  shell.Shell(call + "ApplyMonitorsConfig " + std::to_string(serial) + " 1 \"[" + logical_monitors + "]\" '@a{sv} {}'");
+}
+
 // GNOME's physical layout, its default, gives a monitor's size in device pixels: at scale 2 the
 // flight still takes the defaults of the monitor's logical width, so it shows the same stars as at
 // scale 1, each twice as wide: no more than four times the lit pixels of the same area at scale 1.
-TEST(GnomeE2E, AMonitorAtScaleTwoShowsTheStarsOfItsLogicalWidth) {
+// A monitor that goes takes its flight with it, and back, it gets one; Lumox flies on.
+TEST(GnomeE2E, AMonitorAtScaleTwoShowsTheStarsOfItsLogicalWidthAndFliesAgainAfterGoingAndComingBack) {
   GnomeShell shell({{1280, 720}, {2560, 1440}});
   ASSERT_TRUE(shell.Started()) << shell.Log();
   pid_t first = -1;
   ASSERT_TRUE(WaitFor([&] { return (first = shell.Lumox()) > 0; }, 20000)) << shell.Log();
-  // As the Settings panel does; the flight takes its defaults at its start, here a restart.
-  shell.Shell("gdbus call --session --dest org.gnome.Mutter.DisplayConfig --object-path /org/gnome/Mutter/DisplayConfig "
-              "--method org.gnome.Mutter.DisplayConfig.ApplyMonitorsConfig 2 1 \"[(0, 0, 1.0, 0, true, [('Meta-0', "
-              "'1280x720@60.000', @a{sv} {})]), (1280, 0, 2.0, 0, false, [('Meta-1', '2560x1440@60.000', @a{sv} {})])]\" "
-              "'@a{sv} {}'");
+  // The flight takes its defaults at its start, here a restart.
+  const std::string left = Logical(0, 1, "Meta-0", "1280x720"), right = Logical(1280, 2, "Meta-1", "2560x1440");
+  LayOut(shell, left + ", " + right);
   ASSERT_TRUE(WaitFor([&] { return shell.Eval("global.display.get_monitor_scale(1)") == "2"; })) << shell.Log();
   kill(first, SIGTERM);
   ASSERT_TRUE(WaitFor([&] { return shell.Lumox() > 0 && shell.Lumox() != first; }, 20000)) << shell.Log();
@@ -208,6 +223,14 @@ TEST(GnomeE2E, AMonitorAtScaleTwoShowsTheStarsOfItsLogicalWidth) {
   std::printf("Lit pixels of one logical area: %ld at scale 1, %ld at scale 2\n", lit_one, lit_two);
   EXPECT_GT(lit_two, lit_one);
   EXPECT_LT(lit_two, 4 * lit_one);
+
+  const pid_t second = shell.Lumox();
+  LayOut(shell, left);
+  EXPECT_TRUE(WaitFor([&] { return shell.Eval(kLumoxWindows) == "0 0 1280 720"; })) << shell.Eval(kLumoxWindows);
+  LayOut(shell, left + ", " + right);
+  EXPECT_TRUE(WaitFor([&] { return shell.Eval(kLumoxWindows) == places; })) << shell.Eval(kLumoxWindows);
+  EXPECT_TRUE(FliesIn(shell, two));
+  EXPECT_EQ(shell.Lumox(), second);
 }
 
 }  // namespace
