@@ -25,6 +25,7 @@ class LumoxWallpaper {
     // Windows that have shown. Mutter maximizes a window nearly as big as its work area as it first
     // shows, so ours are stretched over their monitor only after.
     this._shown = new WeakSet();
+    this._again = new Map();  // window: the timeout that looks again whether it reached its place
   }
 
   enable() {
@@ -51,6 +52,8 @@ class LumoxWallpaper {
     this._process = this._client = null;
     process?.send_signal(15);  // SIGTERM: its windows go, and the Shell's background shows again
     this._endLeaving();
+    this._again.forEach(id => GLib.source_remove(id));
+    this._again.clear();
   }
 
   _start() {
@@ -65,7 +68,8 @@ class LumoxWallpaper {
     this._starts.push(now);
     const launcher = new Gio.SubprocessLauncher({flags: Gio.SubprocessFlags.NONE});
     this._client = Meta.WaylandClient.new(launcher);
-    const options = kOptions.filter(name => this._settings.get_boolean(name)).map(name => `--${name}`);
+    const options = this._options();
+    this._running = options.join(' ');
     const process = this._client.spawnv(global.display, [this._program, '--wallpaper', '--gnome-shell', ...options]);
     // The launcher holds the client's end of the Wayland socket until it is collected: closed now,
     // the connection ends with the process, and so do its windows.
@@ -81,12 +85,18 @@ class LumoxWallpaper {
   // windows cover every monitor (or after a few seconds): no moment of the Shell's own background.
   // One given up on starts again; the user's change is no crash.
   _restart() {
+    // The Shell's settings may say a key changed when no value did: the running Lumox goes on.
+    if (this._process?.get_identifier() && this._options().join(' ') === this._running) return;
     this._starts = [];
     if (this._process?.get_identifier())
       this._leaving.push({client: this._client, process: this._process});
     this._start();
     if (!this._handOverLimit)
       this._handOverLimit = GLib.timeout_add_seconds(GLib.PRIORITY_DEFAULT, 3, () => this._endLeaving());
+  }
+
+  _options() {
+    return kOptions.filter(name => this._settings.get_boolean(name)).map(name => `--${name}`);
   }
 
   _handOver() {
@@ -145,6 +155,14 @@ class LumoxWallpaper {
     if (window.get_monitor() !== monitor) window.move_to_monitor(monitor);
     // As the user's move: mutter keeps its own moves of a window inside the work area.
     window.move_resize_frame(true, area.x, area.y, area.width, area.height);
+    // A busy client may still draw at its old size after the move: asked again until it is there.
+    if (!this._again.has(window)) {
+      this._again.set(window, GLib.timeout_add(GLib.PRIORITY_DEFAULT, 250, () => {
+        this._again.delete(window);
+        if (window.get_compositor_private() && this._ours(window) && this._place(window)) this._handOver();
+        return GLib.SOURCE_REMOVE;
+      }));
+    }
     return false;
   }
 
