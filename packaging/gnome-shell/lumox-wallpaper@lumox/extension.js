@@ -86,10 +86,10 @@ class LumoxWallpaper {
   // One given up on starts again; the user's change is no crash.
   _restart() {
     // The Shell's settings may say a key changed when no value did: the running Lumox goes on.
-    if (this._process?.get_identifier() && this._options().join(' ') === this._running) return;
+    const running = this._process?.get_identifier();
+    if (running && this._options().join(' ') === this._running) return;
     this._starts = [];
-    if (this._process?.get_identifier())
-      this._leaving.push({client: this._client, process: this._process});
+    if (running) this._leaving.push({client: this._client, process: this._process});
     this._start();
     if (!this._handOverLimit)
       this._handOverLimit = GLib.timeout_add_seconds(GLib.PRIORITY_DEFAULT, 3, () => this._endLeaving());
