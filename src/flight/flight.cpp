@@ -117,18 +117,27 @@ void Flight::SetViews(std::vector<View> views) {
 void Flight::RenderViews() {
   bool moved = false;
   for (const View& view : views_) {
-    const double ratio = view.target->PixelRatio();
     const ViewRect& part = view.part;
-    const ViewRect grown = GrownInside(part, view.whole, EdgeMargin(StarSize));
-    const auto device = [ratio](int64_t logical) { return static_cast<int>(std::lround(static_cast<double>(logical) * ratio)); };
+    const int width = view.target->DeviceWidth(), height = view.target->DeviceHeight();
+    if (part.width <= 0 || part.height <= 0 || width <= 0 || height <= 0) continue;
+    // Device pixels to a unit of the layout, each way: the pixel ratio where outputs are laid out
+    // in logical pixels, 1 where in device pixels (GNOME's physical layout). The margin holds a
+    // star of the target's own size in those units.
+    const double across = width / static_cast<double>(part.width), down = height / static_cast<double>(part.height);
+    const double star = StarSize * view.target->PixelRatio() / std::min(across, down);
+    const ViewRect grown = GrownInside(part, view.whole, EdgeMargin(static_cast<float>(star)));
+    const auto device = [](int64_t units, double per) {
+      return static_cast<int>(std::lround(static_cast<double>(units) * per));
+    };
     // A covered output waits; the others go on.
     if (!view.target->TakesFrames() ||
-        !Begin(view.target, device(part.x - grown.x), device(grown.y + grown.height - part.y - part.height),
-               device(grown.width - part.width), device(grown.height - part.height)))
+        !Begin(view.target, device(part.x - grown.x, across),
+               device(grown.y + grown.height - part.y - part.height, down), device(grown.width - part.width, across),
+               device(grown.height - part.height, down)))
       continue;
     const Projection cut = CutPerspective(grown, view.whole);
     if (moved) {
-      DrawField(*this, MesaGl(), ratio, cut, camera_.data());
+      DrawField(*this, MesaGl(), view.target->PixelRatio(), cut, camera_.data());
     } else {
       // The camera is the matrix of the context that moves it: one that takes over is given it.
       if (view.target != mover_) {

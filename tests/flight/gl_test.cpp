@@ -83,11 +83,11 @@ TEST(FpsReadout, ItIsBlendedOverTheFrameAndGivesItsGlStateBack) {
 
 // One output of a span: a corner of the window's surface, read back at each swap; with no surface, a covered one.
 struct Corner : DrawTarget {
-  Corner(OpenGLSurface* surface, QSize size) : surface(surface), size(size) {}
+  Corner(OpenGLSurface* surface, QSize size, double ratio = 1.0) : surface(surface), size(size), ratio(ratio) {}
   bool MakeCurrent() override { return surface && surface->MakeCurrent(); }
   int DeviceWidth() const override { return size.width(); }
   int DeviceHeight() const override { return size.height(); }
-  double PixelRatio() const override { return 1.0; }
+  double PixelRatio() const override { return ratio; }
   void Swap() override {
     picture = QImage(size, QImage::Format_RGBA8888);
     glReadBuffer(GL_BACK);
@@ -96,13 +96,14 @@ struct Corner : DrawTarget {
   }
   OpenGLSurface* surface;
   QSize size;
+  double ratio;
   QImage picture;
 };
 
 // The box's picture with its perspective moved by a 64th of a pixel each way. A pixel that
 // stays the same in all of them lies clear of every star's edge; another matrix may round a
 // star's centre differently by far less, so such a pixel must come out exactly the same.
-std::vector<QImage> Nudged(Flight& flight, OpenGLSurface* surface, const ViewRect& box) {
+std::vector<QImage> Nudged(Flight& flight, OpenGLSurface* surface, const ViewRect& box, double ratio) {
   float camera[16];
   glGetFloatv(GL_MODELVIEW_MATRIX, camera);
   std::vector<QImage> pictures;
@@ -112,7 +113,7 @@ std::vector<QImage> Nudged(Flight& flight, OpenGLSurface* surface, const ViewRec
     cut[9] += 2.0 * dy / 64 / static_cast<double>(box.height);
     Corner nudged(surface, QSize(int(box.width), int(box.height)));
     glViewport(0, 0, int(box.width), int(box.height));
-    DrawField(flight, MesaGl(), 1.0, cut, camera);
+    DrawField(flight, MesaGl(), ratio, cut, camera);
     nudged.Swap();
     pictures.push_back(nudged.picture);
   }
@@ -133,28 +134,33 @@ int Unlike(const QImage& part, int x0, int y0, const QImage& whole, const std::v
 }
 
 // Two outputs in a row, and two of different sizes, the smaller lower, at the foot of the box: its
-// view grows at the top alone, which GL counts from the bottom.
+// view grows at the top alone, which GL counts from the bottom. Then at a pixel ratio of 2 with
+// a device pixel to each unit of the layout, as in GNOME's physical layout: stars twice as large.
 TEST(GlSurface, EachOutputOfASpanShowsItsPartOfTheBoxsPicture) {
   SurfaceWindow* w = StillWindow();
   // A camera that stands still: every view sees the same field from the same place.
   w->TakeOff({.Rotn = 0, .Speed = 0.0f, .StarSize = 8.0f, .StarMax = 50000});
   w->Timer1()->stop();
   const ViewRect box{0, 0, 320, 180};
-  Corner whole(w->Surface(), {320, 180});
-  w->SetViews({{&whole, box, box}});
-  w->Render();
-  ASSERT_GT(testing::LitPixels(whole.picture), 200);
-  const std::vector<QImage> nudged = Nudged(*w, w->Surface(), box);
-  // The nudges move edges, yet leave all but a few pixels to be checked exactly.
-  const int edges = Unlike(nudged[0], 0, 0, whole.picture, {}) + Unlike(nudged[2], 0, 0, whole.picture, {});
-  ASSERT_TRUE(edges > 0 && edges < 320 * 180 / 20) << edges;
-  for (const auto& [a, b] : {std::pair{ViewRect{0, 0, 160, 180}, ViewRect{160, 0, 160, 180}},
-                             {ViewRect{0, 0, 200, 180}, ViewRect{200, 60, 120, 120}}}) {
-    Corner one(w->Surface(), QSize(int(a.width), int(a.height))), two(w->Surface(), QSize(int(b.width), int(b.height)));
-    w->SetViews({{&one, a, box}, {&two, b, box}});
+  for (const double ratio : {1.0, 2.0}) {
+    Corner whole(w->Surface(), {320, 180}, ratio);
+    w->SetViews({{&whole, box, box}});
     w->Render();
-    for (const auto& [corner, part] : {std::pair{&one, a}, {&two, b}})
-      EXPECT_EQ(Unlike(corner->picture, int(part.x), int(part.y), whole.picture, nudged), 0) << part.x << "," << part.y;
+    ASSERT_GT(testing::LitPixels(whole.picture), 200);
+    const std::vector<QImage> nudged = Nudged(*w, w->Surface(), box, ratio);
+    // The nudges move edges, yet leave all but a few pixels to be checked exactly.
+    const int edges = Unlike(nudged[0], 0, 0, whole.picture, {}) + Unlike(nudged[2], 0, 0, whole.picture, {});
+    ASSERT_TRUE(edges > 0 && edges < 320 * 180 / 20) << edges;
+    for (const auto& [a, b] : {std::pair{ViewRect{0, 0, 160, 180}, ViewRect{160, 0, 160, 180}},
+                               {ViewRect{0, 0, 200, 180}, ViewRect{200, 60, 120, 120}}}) {
+      Corner one(w->Surface(), QSize(int(a.width), int(a.height)), ratio);
+      Corner two(w->Surface(), QSize(int(b.width), int(b.height)), ratio);
+      w->SetViews({{&one, a, box}, {&two, b, box}});
+      w->Render();
+      for (const auto& [corner, part] : {std::pair{&one, a}, {&two, b}})
+        EXPECT_EQ(Unlike(corner->picture, int(part.x), int(part.y), whole.picture, nudged), 0)
+            << ratio << ": " << part.x << "," << part.y;
+    }
   }
   w->SetViews({});
 }
