@@ -70,8 +70,10 @@ class Desktop {
   virtual bool PlacesWindows() const { return false; }
   // Moves the window to the point, as the user's drag does; false where the desktop places them itself.
   virtual bool Move(const std::string&, QPoint) const { return false; }
-  // An ordinary window of another program over the whole of the first output; gives when it shows.
-  virtual bool OpenWindow() const { return false; }
+  // An ordinary window of another program over the whole of an output; gives when it shows.
+  virtual bool OpenWindow(int = 0) const { return false; }
+  // Those windows put away, as minimised; gives when they are.
+  virtual bool CloseWindows() const { return false; }
   // Kills the display server under lumox, as a crash or the end of the session does.
   virtual void KillServer() = 0;
 
@@ -136,7 +138,8 @@ class Session : public Desktop {
   void Activate(const std::string& title) const override;
   bool PlacesWindows() const override { return Kind() != "i3"; }  // i3 tiles them
   bool Move(const std::string& title, QPoint to) const override;
-  bool OpenWindow() const override;
+  bool OpenWindow(int output = 0) const override;
+  bool CloseWindows() const override;
   void KillServer() override;
 
   std::string Xdo(const std::string& args) const { return Shell("xdotool " + args + " 2>/dev/null"); }
@@ -171,14 +174,13 @@ class SwaySession : public Desktop {
   bool Wheel() const override { return Vnc("wheel", pointer_); }  // where the pointer is: RFB has no wheel alone
   WindowState Window(const std::string& title) const override;
   void Activate(const std::string& title) const override;
-  bool OpenWindow() const override { return OpenTerminal(true); }
+  bool OpenWindow(int output = 0) const override;
+  bool CloseWindows() const override;  // closed: sway has no minimise
   void KillServer() override;
 
   // A foot terminal on the focused output, once shown; `command` runs in the data folder's parent.
   bool OpenTerminal(bool full_screen, const std::string& command = "sleep 86400") const;
   size_t Terminals() const;  // how many foot windows sway shows
-  // Closes this session's terminals; gives when sway shows none.
-  bool CloseTerminals() const;
   // A keyboard, or wayvnc's pointer on the first output, unplugged or plugged anew, as the seat shows.
   bool PlugKeyboard(bool plugged);
   bool PlugPointer(bool plugged);

@@ -264,6 +264,49 @@ TEST_P(Scenario, TheWallpaperFliesOnEachOutputOrOnTheOneNamed) {
   EXPECT_TRUE(d->Terminate());
 }
 
+// The wallpaper under other programs' windows, where it matters: X11 with and without a
+// compositing manager (metacity's keeps the server from telling a window that it is hidden), and
+// Wayland. An output covered before it starts or after stands still, covered everywhere it costs
+// nothing, and once the windows go both outputs fly again within a second.
+class Covered : public Scenario {};
+TEST_P(Covered, TheWallpaperStandsStillUnderAWindowCostsNothingCoveredEverywhereAndFliesAgainOnceUncovered) {
+  const auto d = Open({.outputs = {{1024, 768}, {800, 600}}, .start_lumox = false});
+  const std::string one = d->OutputName(0), two = d->OutputName(1);
+  ASSERT_TRUE(d->OpenWindow(0));  // there before the wallpaper starts, and staying above it
+  d->StartLumox({"--wallpaper"});
+  ASSERT_TRUE(WaitFor([&] { return Flying(*d, two); }, 20000));
+  EXPECT_FALSE(Flying(*d, one));
+  ASSERT_TRUE(d->OpenWindow(1));
+  EXPECT_TRUE(WaitFor([&] { return !Flying(*d, two); }));
+  const double share = CpuShare(*d, 10000);
+  std::printf("CPU with every output covered: %.2f%% of a core\n", share * 100.0);
+  EXPECT_LT(share, 0.02);
+
+  ASSERT_TRUE(d->CloseWindows());
+  const auto uncovered = std::chrono::steady_clock::now();
+  // Two pictures in a row with stars on both outputs, and different: both fly, at the latest when
+  // the second was asked for. A busy machine's screenshot takes a while: its time is not counted.
+  QImage last;
+  long ms = 0;
+  const auto moved = [&](const QImage& before, const QImage& after) {
+    for (const QRect& o : {d->OutputArea(0), d->OutputArea(1)})
+      if (LitPixels(before.copy(o)) <= 100 || LitPixels(after.copy(o)) <= 100 || DifferentPixels(before.copy(o), after.copy(o)) <= 50)
+        return false;
+    return true;
+  };
+  ASSERT_TRUE(WaitFor([&] {
+    ms = MsSince(uncovered);
+    const QImage shot = d->Screenshot();
+    return moved(std::exchange(last, shot), shot);
+  }));
+  std::printf("Flying again %ld ms after the windows went\n", ms);
+  EXPECT_LT(ms, 1000);
+  EXPECT_TRUE(d->Terminate());
+}
+
+INSTANTIATE_TEST_SUITE_P(E2E, Covered, ::testing::Values("openbox", "metacity", "sway"),
+                         [](const auto& info) { return std::string(info.param); });
+
 INSTANTIATE_TEST_SUITE_P(E2E, Scenario, ::testing::Values("openbox", "xfwm4", "metacity", "i3", "sway"),
                          [](const auto& info) { return std::string(info.param); });
 

@@ -68,7 +68,7 @@ SwaySession::~SwaySession() {
   StopLumox();
   StopHelper(vnc_);
   StopHelper(keyboard_);
-  CloseTerminals();
+  CloseWindows();
   StopHelper(sway_);
 }
 
@@ -169,7 +169,12 @@ bool SwaySession::Pointer(QPoint p, bool click) const {
 }
 bool SwaySession::HoldKey(uint32_t keysym, bool down) const { return Vnc(down ? "down" : "up", QPoint(int(keysym), 0)); }
 
-bool SwaySession::CloseTerminals() const {
+bool SwaySession::OpenWindow(int output) const {
+  Shell("swaymsg focus output " + OutputName(output) + " >/dev/null");
+  return OpenTerminal(true);
+}
+
+bool SwaySession::CloseWindows() const {
   // Through this sway: a pkill would reach the terminals of other sessions of the same user.
   Shell("swaymsg \"[app_id=foot] kill\" >/dev/null");
   return WaitFor([&] { return Terminals() == 0; });

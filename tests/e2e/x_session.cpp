@@ -152,9 +152,13 @@ bool Session::Move(const std::string& title, QPoint to) const {
   return true;
 }
 
-bool Session::OpenWindow() const {
-  Cover(OutputArea(0), "000000");
-  return WaitFor([&] { return LitPixels(Screenshot()) == 0 && !Xdo("search --name '^x_client$'").empty(); });
+bool Session::OpenWindow(int output) const {
+  return Cover(OutputArea(output), "000000") > 0 && WaitFor([&] { return LitPixels(Screenshot().copy(OutputArea(output))) == 0; });
+}
+
+bool Session::CloseWindows() const {
+  Xdo("search --name '^x_client$' windowunmap --sync %@");
+  return true;
 }
 
 pid_t Session::Cover(const QRect& a, const std::string& how) const {
