@@ -153,7 +153,8 @@ bool Session::Move(const std::string& title, QPoint to) const {
 }
 
 bool Session::OpenWindow(int output) const {
-  return Cover(OutputArea(output), "000000") > 0 && WaitFor([&] { return LitPixels(Screenshot().copy(OutputArea(output))) == 0; });
+  const QRect area = OutputArea(output);
+  return Cover(area, "000000") > 0 && WaitFor([&] { return LitPixels(Screenshot().copy(area)) == 0; });
 }
 
 bool Session::CloseWindows() const {
